@@ -1,0 +1,93 @@
+# Build conventions shared by every layer: warnings, sanitizers, the stage tree
+# and the test and fuzzer helpers.
+
+set(TESSEL_STAGE_DIR ${CMAKE_BINARY_DIR}/stage)
+
+add_compile_options(-Wall -Wextra -Wno-unused-parameter)
+if(TESSEL_WERROR)
+  add_compile_options(-Werror)
+endif()
+
+if(TESSEL_SANITIZE)
+  string(REPLACE ";" "," _tessel_san "${TESSEL_SANITIZE}")
+  add_compile_options(-fsanitize=${_tessel_san} -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
+  add_link_options(-fsanitize=${_tessel_san})
+  # Sanitizer runtimes live in the executable; modules must not insist on
+  # resolving them at link time.
+  set(TESSEL_ALLOW_UNDEFINED_IN_MODULES ON)
+endif()
+
+# tessel_stage_executable(target): the program runs from stage/bin.
+function(tessel_stage_executable target)
+  set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${TESSEL_STAGE_DIR}/bin)
+endfunction()
+
+# tessel_stage_framework(target name): a bundle directory whose code is
+# Frameworks/<name>.framework/<name>, the way the plug-in looks for it.
+function(tessel_stage_framework target name)
+  set_target_properties(${target} PROPERTIES
+    LIBRARY_OUTPUT_DIRECTORY ${TESSEL_STAGE_DIR}/Frameworks/${name}.framework
+    OUTPUT_NAME ${name} PREFIX "" SUFFIX "")
+  tessel_module_exports(${target})
+endfunction()
+
+# tessel_module_exports(target [SYMBOLS ...]): only the named entry points
+# leave the module; everything else, the static layers included, stays local.
+function(tessel_module_exports target)
+  cmake_parse_arguments(ARG "" "" "SYMBOLS" ${ARGN})
+  if(ARG_SYMBOLS)
+    set(script ${CMAKE_CURRENT_BINARY_DIR}/${target}.exports)
+    list(JOIN ARG_SYMBOLS "; " globals)
+    file(WRITE ${script} "{ global: ${globals}; local: *; };\n")
+    target_link_options(${target} PRIVATE -Wl,--version-script=${script})
+    set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${script})
+  endif()
+  set_target_properties(${target} PROPERTIES CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+  if(NOT TESSEL_ALLOW_UNDEFINED_IN_MODULES)
+    target_link_options(${target} PRIVATE -Wl,--no-undefined)
+  endif()
+endfunction()
+
+# tessel_stage_file(source destination): copies a file into the stage tree
+# at build time, relative to the stage root.
+function(tessel_stage_file target source destination)
+  add_custom_command(TARGET ${target} POST_BUILD
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${TESSEL_STAGE_DIR}/${destination}
+    COMMAND ${CMAKE_COMMAND} -E copy_if_different ${source} ${TESSEL_STAGE_DIR}/${destination}/
+    VERBATIM)
+endfunction()
+
+# tessel_add_gtest(name SOURCES ... LIBS ... [ENV ...] [LABELS ...]): one
+# GoogleTest binary per layer, every test case registered with CTest.
+function(tessel_add_gtest name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;ENV;LABELS" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE GTest::gtest GTest::gtest_main ${ARG_LIBS})
+  target_compile_definitions(${name} PRIVATE
+    TESSEL_STAGE_DIR="${TESSEL_STAGE_DIR}"
+    TESSEL_SOURCE_DIR="${PROJECT_SOURCE_DIR}"
+    TESSEL_TESTDATA_DIR="${PROJECT_SOURCE_DIR}/testdata")
+  gtest_discover_tests(${name}
+    DISCOVERY_TIMEOUT 60
+    PROPERTIES ENVIRONMENT "QT_QPA_PLATFORM=offscreen;${ARG_ENV}" LABELS "${ARG_LABELS}")
+endfunction()
+
+# tessel_add_fuzzer(name SOURCES ... LIBS ...): a libFuzzer target, built only
+# with TESSEL_FUZZ under clang.
+function(tessel_add_fuzzer name)
+  if(NOT TESSEL_FUZZ)
+    return()
+  endif()
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_compile_options(${name} PRIVATE -fsanitize=fuzzer)
+  target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+  target_link_libraries(${name} PRIVATE ${ARG_LIBS})
+endfunction()
+
+# tessel_add_subdirectories(dir...): layers are added bottom-up in the order given.
+macro(tessel_add_subdirectories)
+  foreach(_dir ${ARGN})
+    add_subdirectory(${_dir})
+  endforeach()
+endmacro()
