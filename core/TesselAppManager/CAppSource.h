@@ -1,0 +1,100 @@
+// The plug-in's worker object: the destination through which the host
+// drives a download. One object answers for eleven interfaces; the host
+// reaches them all through QueryInterface and holds the object by its count.
+#pragma once
+
+#include <string>
+
+#include <skiff/SinkInterfaces.h>
+
+#include "CAppInfo.h"
+#include "LumenPlugin.h"
+
+class CAppSource final : public ISource,
+                         public ISink3,
+                         public ISinkCapabilities2,
+                         public ISinkUICapabilities,
+                         public IUICallback,
+                         public ISinkAdvancedCapabilities,
+                         public ISkiffLogCallbacks,
+                         public ISinkUtilHandler2,
+                         public ISkiffPostProcessing2,
+                         public ISinkManager,
+                         public ISinkProgressDialog {
+public:
+    explicit CAppSource(const CAppInfo& info);
+
+    bool QueryInterface(long id, void** out) override;
+    long AddRef() override;
+    // The last Release gives back the progress handler and destroys the object.
+    long Release() override;
+
+    FxResult EnumMediaItems(eMediaItemType type, IEnumMediaItem** out, bool refresh) override;
+    FxResult AcquireAllMediaItems(eMediaItemType type, const FxChar* target, unsigned long& count, bool deleteAfter,
+                                  FxCancelCallback cancel) override;
+    FxResult DeleteAllMediaItems(eMediaItemType type, unsigned long& count, FxCancelCallback cancel) override;
+    FxResult ShowUI(void* parentWindow, IEnumMediaItem** out) override;
+    FxResult PushAllMediaItems(ISinkEnumMediaItem& items, unsigned long& count, void* context,
+                               FxCancelCallback cancel) override;
+    FxResult PushAllMediaItems(ISinkEnumMediaItem& items, IDisplayMsgHandler& messages, unsigned long& count,
+                               void* context, FxCancelCallback cancel) override;
+    FxResult ShowSinkUI(void* parentWindow, ISinkEnumMediaItem& items) override;
+    FxResult PushOneMediaItem(const FxChar* source, const FxChar* target, FxCancelCallback cancel,
+                              eUploadAction action) override;
+    FxResult GetSupportedFileFormatList(IFileFormat*& formats) override;
+    FxResult GetSinkStateInformation(ISinkStateInfo*& info) override;
+    FxResult GetSinkMediaHandler(ISinkMediaHandler*& handler) override;
+    FxResult GetSinkSupportInfo(long& info) override;
+    FxResult GetSinkUtilHandler(ISinkUtilHandler*& handler) override;
+    FxResult SetKilnSupportedExtensions(FxChar* extensions) override;
+    FxResult SetLumenPluginSupportedExtensions(FxChar* extensions) override;
+    FxResult GetForceFourDigitSequenceNumber(bool& force) override;
+    FxResult GetDateSeperatorChar(char& separator) override;
+    FxResult GetSeperatorChar(char& separator) override;
+    FxResult GetCopyProgressLongestLabelString(FxChar* buf, int size) override;
+    FxResult GetUIFilename(FxChar* buf, int size) override;
+    FxResult GetCustomUICaption(FxChar* buf, int size) override;
+    FxResult GetUIControlOrder(IUIOrderingOptionsEnum& order) override;
+    FxResult SetClientUIHandler(IClientUIHandler* handler) override;
+    FxResult GetCustomUISummary(FxChar* buf, int size) override;
+    FxResult HandleUIModeChange(void* parentWindow, eSkiffUIMode mode, int& result) override;
+    long handleUIEvent(const char* widgetName) override;
+    FxResult GetSinkAdvancedCapability(long& capability) override;
+    FxResult GetLogParams(FxChar* buf, unsigned int size, long& flags) override;
+    FxResult GetDeviceEntryParams(CPropSource* source, IEnumArbitraryData** out) override;
+    FxResult GetMediaEntryParams(CPropSinkMediaItem* item, IEnumArbitraryData** out) override;
+    FxResult GetSessionEndParams(IEnumArbitraryData** out) override;
+    FxResult DisplayHelp(void* parentWindow) override;
+    FxResult GetPreferences(CProp& record) override;
+    FxResult SetPreferences(CProp& record) override;
+    FxResult GetDisplayString(eDisplayStringType type, FxChar* buf, unsigned int size) override;
+    FxResult DoPreProcessing(CPropSinkMediaItem* item, FxMessageCallback status, FxMessageCallback warning,
+                             FxMessageCallback error, FxCancelCallback cancel, IDisplayMsgHandler* messages) override;
+    FxResult DoPostProcessing(CPropSinkMediaItem* item, FxMessageCallback status, FxMessageCallback warning,
+                              FxMessageCallback error, FxCancelCallback cancel, IDisplayMsgHandler* messages) override;
+    void deleteXMPData(bool remove) override;
+    FxResult GetHostAppName(FxChar* buf, unsigned int size) override;
+    FxResult GetHostAppPath(FxChar* buf, unsigned int size) override;
+    FxResult SetSkiffHandle(void* handle) override;
+    FxResult GetIsHostAppRunning(unsigned int& running, void*& handle) override;
+    FxResult InvokeHostApp(void* parentWindow, unsigned int flags, FxChar* arguments) override;
+    FxResult SetProgressHandler(IProgressHandler* handler) override;
+
+    // The conversion entry of the raw-conversion library, or null.
+    LumenPluginConvertToDNG conversionEntry() const { return m_convertToDNG; }
+
+private:
+    ~CAppSource();
+
+    void loadConversionLibrary();
+
+    long long m_refCount = 0;
+    CAppInfo m_appInfo;
+    IProgressHandler* m_progressHandler = nullptr;
+    ISinkUtilHandler2* m_sinkUtilHandler = nullptr;
+    void* m_skiffHandle = nullptr;
+    std::u16string m_kilnExtensions;
+    std::u16string m_lumenPluginExtensions;
+    LumenPluginConvertToDNG m_convertToDNG = nullptr;
+    bool m_deleteXMPData = false;
+};
