@@ -17,6 +17,12 @@ if(TESSEL_SANITIZE)
   set(TESSEL_ALLOW_UNDEFINED_IN_MODULES ON)
 endif()
 
+if(TESSEL_FUZZ)
+  # Coverage instrumentation for every layer, so the fuzzers are guided
+  # through the code they exercise, not only through their own source.
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 # tessel_stage_executable(target): the program runs from stage/bin.
 function(tessel_stage_executable target)
   set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${TESSEL_STAGE_DIR}/bin)
@@ -85,9 +91,3 @@ function(tessel_add_fuzzer name)
   target_link_libraries(${name} PRIVATE ${ARG_LIBS})
 endfunction()
 
-# tessel_add_subdirectories(dir...): layers are added bottom-up in the order given.
-macro(tessel_add_subdirectories)
-  foreach(_dir ${ARGN})
-    add_subdirectory(${_dir})
-  endforeach()
-endmacro()
