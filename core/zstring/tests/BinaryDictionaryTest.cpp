@@ -1,0 +1,198 @@
+#include "Dictionary.h"
+#include "private/ByteOrder_p.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+using quire::Dictionary;
+
+namespace {
+
+Dictionary sample()
+{
+    Dictionary d;
+    d.Add("/PtZString/Yes", u"&Ja", 3);
+    d.Add("/PtZString/Cancel", u"Abbrechen", 9);
+    d.Add("/Hat", u"a^nb", 4);
+    d.Add("/Empty", u"", 0);
+    for (int i = 0; i < 300; ++i) {
+        const std::string key = "/Many/Key" + std::to_string(i);
+        const std::u16string value = u"Wert " + std::u16string(key.begin(), key.end());
+        d.Add(key.c_str(), value.data(), value.size());
+    }
+    return d;
+}
+
+std::string serialize(const Dictionary& d, quire::ByteOrder order)
+{
+    std::ostringstream out;
+    const std::size_t n = d.Serialize(out, order);
+    EXPECT_EQ(n, out.str().size());
+    return out.str();
+}
+
+Dictionary fromBytes(const std::string& bytes)
+{
+    Dictionary d;
+    d.Read(bytes.data(), bytes.size(), true);
+    return d;
+}
+
+void expectSameAnswers(const Dictionary& expected, Dictionary actual)
+{
+    Dictionary keys = expected;
+    EXPECT_EQ(actual.NumKeys(), expected.NumKeys());
+    for (keys.ReSetKeyEnumeration(); keys.HasMoreKey();) {
+        const std::string literal = "$$$" + keys.NextKey() + "=missing";
+        EXPECT_EQ(actual.Lookup(literal.c_str()).Text(), expected.Lookup(literal.c_str()).Text()) << literal;
+    }
+}
+
+} // namespace
+
+TEST(BinaryDictionary, RoundTripsInBothByteOrders)
+{
+    const Dictionary d = sample();
+    for (const auto order : {quire::kBigEndian, quire::kLittleEndian, quire::kHostOrder}) {
+        const std::string bytes = serialize(d, order);
+        ASSERT_GT(bytes.size(), 25u);
+        EXPECT_EQ(bytes.substr(0, 21), "ZString Binary Format");
+        EXPECT_EQ(bytes[21], 2);
+        EXPECT_EQ(bytes[22], 1);
+        const bool big = order == quire::kBigEndian
+            || (order == quire::kHostOrder && quire_private::HostIsBigEndian());
+        EXPECT_EQ(bytes[24], big ? 1 : 0);
+        // The default locale: length 5 in the chosen order, then "en_US".
+        EXPECT_EQ(bytes.substr(25, 4), big ? std::string("\0\0\0\5", 4) : std::string("\5\0\0\0", 4));
+        EXPECT_EQ(bytes.substr(29, 5), "en_US");
+
+        const Dictionary back = fromBytes(bytes);
+        EXPECT_TRUE(back.IsValid());
+        EXPECT_EQ(back.Locale(), "en_US");
+        expectSameAnswers(d, back);
+        EXPECT_EQ(back.Lookup("$$$/Hat=x").Text(), u"a\nb");
+        EXPECT_EQ(back.Lookup("$$$/Nope=fallback").Text(), u"fallback");
+        // Writing what was read gives the same bytes.
+        EXPECT_EQ(serialize(back, order), bytes);
+    }
+    EXPECT_NE(serialize(d, quire::kBigEndian), serialize(d, quire::kLittleEndian));
+}
+
+TEST(BinaryDictionary, ChangesAfterLoadingMoveToTheTable)
+{
+    Dictionary d = fromBytes(serialize(sample(), quire::kBigEndian));
+    d.Locale("de_DE");
+    EXPECT_TRUE(d.Remove("/PtZString/Yes"));
+    EXPECT_TRUE(d.Add("/New", u"neu", 3));
+    EXPECT_EQ(d.NumKeys(), sample().NumKeys());
+    EXPECT_EQ(d.Lookup("$$$/PtZString/Yes=&Yes").Text(), u"&Yes");
+    EXPECT_EQ(d.Lookup("$$$/PtZString/Cancel=Cancel").Text(), u"Abbrechen");
+    const Dictionary back = fromBytes(serialize(d, quire::kLittleEndian));
+    EXPECT_EQ(back.Locale(), "de_DE");
+    expectSameAnswers(d, back);
+}
+
+TEST(BinaryDictionary, SecondFileMergesIntoTheFirst)
+{
+    Dictionary first;
+    first.Add("/A", u"first", 5);
+    first.Add("/B", u"first", 5);
+    Dictionary second;
+    second.Add("/B", u"second", 6);
+    Dictionary d = fromBytes(serialize(first, quire::kLittleEndian));
+    const std::string more = serialize(second, quire::kBigEndian);
+    EXPECT_TRUE(d.Read(more.data(), more.size(), false));
+    EXPECT_EQ(d.NumKeys(), 2u);
+    EXPECT_EQ(d.Lookup("$$$/A=x").Text(), u"first");
+    EXPECT_EQ(d.Lookup("$$$/B=x").Text(), u"second");
+}
+
+TEST(BinaryDictionary, VersionsAndHeaderFields)
+{
+    const std::string good = serialize(sample(), quire::kHostOrder);
+    // Format 2.0 has no byte-order byte and uses host order.
+    std::string v20 = good;
+    v20[22] = 0;
+    v20.erase(24, 1);
+    struct Row {
+        const char* name;
+        std::string bytes;
+        bool valid;
+    };
+    auto patched = [&good](std::size_t at, char value) {
+        std::string b = good;
+        b[at] = value;
+        return b;
+    };
+    const Row rows[] = {
+        {"2.1", good, true},
+        {"2.0 host order", v20, true},
+        {"1.0", patched(21, 1).replace(22, 1, 1, 0), false},
+        {"1.5", patched(21, 1).replace(22, 1, 1, 5), false},
+        {"3.0", patched(21, 3), false},
+        {"UTF-8 flag", patched(23, 1), false},
+        {"byte order 2", patched(24, 2), false},
+        {"array id", patched(34, 'X'), false},
+        {"keys not stored", patched(38, 'N'), false},
+        {"short", good.substr(0, 24), false},
+        {"identifier only", good.substr(0, 21), false},
+        {"not binary", std::string("ZString Binary Formax") + good.substr(21), false},
+    };
+    for (const Row& row : rows) {
+        const Dictionary d = fromBytes(row.bytes);
+        EXPECT_EQ(d.IsValid(), row.valid) << row.name;
+        EXPECT_EQ(d.Lookup("$$$/PtZString/Yes=&Yes").Text(), row.valid ? u"&Ja" : u"&Yes") << row.name;
+    }
+}
+
+TEST(BinaryDictionary, ZeroBucketCountIsIgnored)
+{
+    Dictionary empty;
+    std::string bytes = serialize(sample(), quire::kBigEndian);
+    // Bucket count: after the header (34), id (4), "Y" (1) and entry count (4).
+    bytes.replace(43, 4, std::string(4, '\0'));
+    const Dictionary d = fromBytes(bytes);
+    EXPECT_TRUE(d.IsValid());
+    EXPECT_EQ(d.NumKeys(), 0u);
+}
+
+TEST(BinaryDictionary, TruncatedFileKeepsDefaults)
+{
+    const std::string good = serialize(sample(), quire::kLittleEndian);
+    for (std::size_t n = 0; n < good.size(); ++n) {
+        Dictionary d;
+        d.Read(good.data(), n, true);
+        ASSERT_FALSE(d.IsValid()) << n;
+        ASSERT_EQ(d.Lookup("$$$/PtZString/Cancel=Cancel").Text(), u"Cancel") << n;
+    }
+}
+
+TEST(BinaryDictionary, CorruptBytesNeverCrash)
+{
+    const std::string good = serialize(sample(), quire::kBigEndian);
+    // Every header byte, then a spread over the array section.
+    for (std::size_t i = 21; i < good.size(); i += i < 128 ? 1 : 7) {
+        for (const unsigned char value : {0x00, 0x7f, 0xff}) {
+            std::string bad = good;
+            bad[i] = static_cast<char>(value);
+            Dictionary d;
+            std::istringstream in(bad);
+            d.Read(in);
+            const std::u16string text = d.Lookup("$$$/PtZString/Cancel=Cancel").Text();
+            ASSERT_TRUE(text == u"Cancel" || text == u"Abbrechen" || d.IsValid()) << i;
+        }
+    }
+}
+
+TEST(BinaryDictionary, OverlongValueIsNotWritten)
+{
+    Dictionary d;
+    const std::u16string big(70000, u'x');
+    d.Add("/Big", big.data(), big.size());
+    std::ostringstream out;
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(d.Serialize(out), 0u);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Serialize2: Caught exception\n");
+    EXPECT_TRUE(out.str().empty());
+}
