@@ -1,0 +1,289 @@
+#include <gtest/gtest.h>
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QFontMetrics>
+#include <QGuiApplication>
+#include <QRect>
+#include <QTemporaryDir>
+
+#include <sys/stat.h>
+
+#include "AppFileUtils.h"
+
+namespace {
+
+bool touch(const QString& path, const QByteArray& content = {})
+{
+    QFile f(path);
+    return f.open(QIODevice::WriteOnly) && f.write(content) == content.size();
+}
+
+QByteArray contents(const QString& path)
+{
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("(unreadable)");
+}
+
+mode_t modeOf(const QString& path)
+{
+    struct stat st;
+    return ::stat(QFile::encodeName(path).constData(), &st) == 0 ? st.st_mode & 07777 : 0;
+}
+
+QByteArray pattern(int size)
+{
+    QByteArray b(size, Qt::Uninitialized);
+    for (int i = 0; i < size; ++i)
+        b[i] = char((i * 131) ^ (i >> 8));
+    return b;
+}
+
+} // namespace
+
+TEST(generateUniqueFileName, PicksTheFirstFreeCandidate)
+{
+    const QString longBase = QString(253, QLatin1Char('x'));
+    const struct {
+        const char* name;
+        const char* inOut;
+        unsigned start;
+        bool always;
+        QStringList taken;
+        QString expected;
+    } rows[] = {
+        {"IMG_0001.JPG", "", 1, false, {}, QStringLiteral("IMG_0001.JPG")},
+        {"IMG_0001.JPG", "", 1, false, {"IMG_0001.JPG"}, QStringLiteral("IMG_0001-1.JPG")},
+        {"IMG_0001.JPG", "", 1, false, {"IMG_0001.JPG", "IMG_0001-1.JPG"}, QStringLiteral("IMG_0001-2.JPG")},
+        {"IMG_0001.JPG", "", 1, true, {}, QStringLiteral("IMG_0001-1.JPG")},
+        {"IMG_0001.JPG", "", 7, true, {"IMG_0001-7.JPG"}, QStringLiteral("IMG_0001-8.JPG")},
+        {"README", "", 1, false, {"README"}, QStringLiteral("README-1")},
+        {"my.folder.name", "", 5, true, {}, QStringLiteral("my.folder-5.name")},
+        {"ignored.jpg", "chosen.tif", 1, false, {"chosen.tif"}, QStringLiteral("chosen-1.tif")},
+        {qPrintable(longBase), "", 1, true, {}, longBase + QStringLiteral("-1")},
+    };
+    for (const auto& row : rows) {
+        QTemporaryDir dir;
+        for (const QString& t : row.taken)
+            ASSERT_TRUE(touch(dir.filePath(t)));
+        QString out = QString::fromLatin1(row.inOut);
+        EXPECT_TRUE(generateUniqueFileName(QStringLiteral("  ") + dir.path() + QStringLiteral("\t"),
+                                           QString::fromLatin1(row.name), out, row.start, row.always))
+            << row.name;
+        EXPECT_EQ(out, row.expected) << row.name;
+        EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files).size(), row.taken.size())
+            << "the probe file is removed again";
+    }
+}
+
+TEST(generateUniqueFileName, LongNamesKeepTheirExtensionInTheStem)
+{
+    // stem + extension + number reach 254: the whole base stays in front of
+    // the number, so the name outgrows what the file system allows.
+    QTemporaryDir dir;
+    const QString base = QString(250, QLatin1Char('x')) + QStringLiteral(".jpg");
+    QString out;
+    EXPECT_FALSE(generateUniqueFileName(dir.path(), base, out, 1, true));
+    EXPECT_EQ(out, base + QStringLiteral("-1.jpg"));
+}
+
+TEST(generateUniqueFileName, GivesUpAfterTenThousandTakenCandidates)
+{
+    QTemporaryDir dir;
+    ASSERT_TRUE(touch(dir.filePath(QStringLiteral("a"))));
+    for (int n = 0; n < 9999; ++n)
+        ASSERT_TRUE(touch(dir.filePath(QStringLiteral("a-%1").arg(n))));
+    QString out;
+    EXPECT_FALSE(generateUniqueFileName(dir.path(), QStringLiteral("a"), out, 0, false));
+    EXPECT_EQ(out, QStringLiteral("a-9998"));
+
+    ASSERT_TRUE(QFile::remove(dir.filePath(QStringLiteral("a-9998"))));
+    out.clear();
+    EXPECT_TRUE(generateUniqueFileName(dir.path(), QStringLiteral("a"), out, 0, false)) << "the last attempt counts";
+    EXPECT_EQ(out, QStringLiteral("a-9998"));
+}
+
+TEST(generateUniqueFileName, FailsAtOnceWhenTheFolderIsMissing)
+{
+    QTemporaryDir dir;
+    QString out;
+    EXPECT_FALSE(generateUniqueFileName(dir.filePath(QStringLiteral("missing")), QStringLiteral("a.jpg"), out, 1,
+                                        false));
+    EXPECT_EQ(out, QStringLiteral("a.jpg"));
+}
+
+TEST(utilBaseFilename, SplitsTheTrailingNumber)
+{
+    const struct {
+        const char* name;
+        const char* base;
+        unsigned number;
+    } rows[] = {
+        {"a-b-7.jpg", "a-b", 7},     {"trip-x.jpg", "trip", 0}, {"IMG_0001.JPG", "IMG_0001", 0},
+        {"README-12", "README", 12}, {"x.y-3.z", "x.y", 3},     {"-5", "", 5},
+        {"a-.jpg", "a", 0},          {"plain", "plain", 0},     {"a-1-2.b.c", "a-1", 0},
+    };
+    for (const auto& row : rows) {
+        QString base;
+        EXPECT_EQ(utilBaseFilename(QString::fromLatin1(row.name), base), row.number) << row.name;
+        EXPECT_EQ(base, QString::fromLatin1(row.base)) << row.name;
+    }
+}
+
+TEST(copyFileIntoTargetFolder, CopiesBytesTimesAndGivesTheOwnerAlone)
+{
+    QTemporaryDir src, dst;
+    for (int size : {0, 1, 3 * 1024 * 1024 + 7}) {
+        const QString name = QStringLiteral("f%1.raw").arg(size);
+        ASSERT_TRUE(touch(src.filePath(name), pattern(size)));
+        ASSERT_TRUE(QFile::setPermissions(src.filePath(name), QFile::ReadOwner | QFile::ReadGroup | QFile::ReadOther));
+        const QString copy = QStringLiteral("copy %1.raw").arg(size);
+        EXPECT_TRUE(copyFileIntoTargetFolder(src.path() + QStringLiteral(" "), name, dst.path(), copy)) << size;
+        EXPECT_EQ(contents(dst.filePath(copy)), pattern(size)) << size;
+        EXPECT_EQ(modeOf(dst.filePath(copy)), mode_t(0600)) << size;
+        EXPECT_EQ(QFileInfo(dst.filePath(copy)).lastModified(), QFileInfo(src.filePath(name)).lastModified());
+    }
+}
+
+TEST(copyFileIntoTargetFolder, RefusesWhatItCannotCopyAndLosesNothing)
+{
+    QTemporaryDir src, dst;
+    ASSERT_TRUE(touch(src.filePath(QStringLiteral("new")), "new bytes"));
+    ASSERT_TRUE(touch(dst.filePath(QStringLiteral("old")), "old bytes"));
+    ASSERT_TRUE(QDir(src.path()).mkdir(QStringLiteral("folder")));
+
+    EXPECT_FALSE(copyFileIntoTargetFolder(src.path(), QStringLiteral("new"), dst.path(), QStringLiteral("old")));
+    EXPECT_EQ(contents(dst.filePath(QStringLiteral("old"))), QByteArray("old bytes"));
+    EXPECT_EQ(modeOf(dst.filePath(QStringLiteral("old"))), mode_t(0600)) << "the owner keeps the target either way";
+
+    EXPECT_FALSE(copyFileIntoTargetFolder(src.path(), QStringLiteral("missing"), dst.path(), QStringLiteral("m")));
+    EXPECT_FALSE(copyFileIntoTargetFolder(src.path(), QStringLiteral("folder"), dst.path(), QStringLiteral("d")));
+    EXPECT_FALSE(copyFileIntoTargetFolder(src.path(), QStringLiteral("new"), dst.filePath(QStringLiteral("no/such")),
+                                          QStringLiteral("n")));
+    EXPECT_FALSE(QFileInfo::exists(dst.filePath(QStringLiteral("no")))) << "no folder is created";
+    EXPECT_EQ(QDir(dst.path()).entryList(QDir::Files), QStringList{QStringLiteral("old")});
+}
+
+TEST(copyFileIntoTargetFolder, CopiesAcrossFileSystems)
+{
+    if (!QFileInfo(QStringLiteral("/dev/shm")).isWritable())
+        GTEST_SKIP() << "no /dev/shm";
+    QTemporaryDir src(QStringLiteral("/dev/shm/apputils-XXXXXX")), dst;
+    ASSERT_TRUE(src.isValid());
+    ASSERT_TRUE(touch(src.filePath(QStringLiteral("a")), pattern(2 * 1024 * 1024 + 1)));
+    EXPECT_TRUE(copyFileIntoTargetFolder(src.path(), QStringLiteral("a"), dst.path(), QStringLiteral("a")));
+    EXPECT_EQ(contents(dst.filePath(QStringLiteral("a"))), pattern(2 * 1024 * 1024 + 1));
+}
+
+TEST(mkdirFromAbsPath, CreatesEveryMissingParent)
+{
+    QTemporaryDir dir;
+    const QString deep = dir.filePath(QStringLiteral("a/b c/d"));
+    EXPECT_TRUE(mkdirFromAbsPath(deep));
+    EXPECT_TRUE(QFileInfo(deep).isDir());
+    ASSERT_TRUE(touch(deep + QStringLiteral("/keep"), "x"));
+    EXPECT_TRUE(mkdirFromAbsPath(deep + QStringLiteral("/")));
+    EXPECT_EQ(contents(deep + QStringLiteral("/keep")), QByteArray("x")) << "an existing folder is left alone";
+
+    ASSERT_TRUE(touch(dir.filePath(QStringLiteral("file"))));
+    EXPECT_FALSE(mkdirFromAbsPath(dir.filePath(QStringLiteral("file/sub"))));
+    EXPECT_FALSE(mkdirFromAbsPath(dir.filePath(QStringLiteral("file"))));
+    EXPECT_FALSE(mkdirFromAbsPath(QString()));
+}
+
+TEST(unLockFile, GivesTheOwnerWriteAndLeavesFoldersAlone)
+{
+    QTemporaryDir dir;
+    const QString file = dir.filePath(QStringLiteral("locked"));
+    ASSERT_TRUE(touch(file));
+    ASSERT_EQ(::chmod(QFile::encodeName(file).constData(), 0444), 0);
+    unLockFile(file);
+    EXPECT_EQ(modeOf(file), mode_t(0644));
+
+    const QString folder = dir.filePath(QStringLiteral("folder"));
+    ASSERT_TRUE(QDir().mkdir(folder));
+    ASSERT_EQ(::chmod(QFile::encodeName(folder).constData(), 0555), 0);
+    unLockFile(folder);
+    EXPECT_EQ(modeOf(folder), mode_t(0555));
+    ::chmod(QFile::encodeName(folder).constData(), 0755);
+    unLockFile(dir.filePath(QStringLiteral("missing")));
+}
+
+TEST(isFolderWritable, FollowsTheWritePermission)
+{
+    QTemporaryDir dir;
+    EXPECT_TRUE(isFolderWritable(dir.path()));
+    EXPECT_FALSE(isFolderWritable(dir.filePath(QStringLiteral("missing"))));
+    if (::geteuid() != 0) {
+        ASSERT_EQ(::chmod(QFile::encodeName(dir.path()).constData(), 0555), 0);
+        EXPECT_FALSE(isFolderWritable(dir.path()));
+        ::chmod(QFile::encodeName(dir.path()).constData(), 0755);
+    }
+}
+
+TEST(getApplicationDataFolderPath, ReadsTheEnvironmentWhenAsked)
+{
+    const QByteArray saved = qgetenv("XDG_DATA_HOME");
+    qputenv("XDG_DATA_HOME", "/tmp/apputils-data");
+    EXPECT_EQ(getApplicationDataFolderPath(), QStringLiteral("/tmp/apputils-data"));
+    qunsetenv("XDG_DATA_HOME");
+    EXPECT_EQ(getApplicationDataFolderPath(), QDir::homePath() + QStringLiteral("/.local/share"));
+    if (!saved.isNull())
+        qputenv("XDG_DATA_HOME", saved);
+}
+
+class fitPath : public ::testing::Test {
+ protected:
+    static void SetUpTestSuite()
+    {
+        if (!QGuiApplication::instance()) {
+            static int argc = 1;
+            static char name[] = "apputils_tests";
+            static char* argv[] = {name, nullptr};
+            s_app = new QGuiApplication(argc, argv);
+        }
+    }
+    // A rectangle in which `text` is just narrow enough.
+    QRect justFits(const QString& text) const { return QRect(0, 0, m_metrics.horizontalAdvance(text) + 3, 20); }
+
+    static QGuiApplication* s_app;
+    QFontMetrics m_metrics{QFont(QStringLiteral("DejaVu Sans"), 10)};
+};
+QGuiApplication* fitPath::s_app = nullptr;
+
+TEST_F(fitPath, ShortensStepByStep)
+{
+    const QString path = QStringLiteral("/home/ann/Pictures/2024/trip/IMG_0001.JPG");
+    const QStringList forms = {
+        QStringLiteral("/home/ann/Pictures/2024/trip/IMG_0001.JPG"),
+        QStringLiteral("/.../ann/Pictures/2024/trip/IMG_0001.JPG"),
+        QStringLiteral("/.../Pictures/2024/trip/IMG_0001.JPG"),
+        QStringLiteral("/.../trip/IMG_0001.JPG"),
+        QStringLiteral("/.../IMG_0001.JPG"),
+        QStringLiteral(".../IMG_0001.JPG"),
+        QStringLiteral("...IMG_0001.JPG"),
+        QStringLiteral("IMG_0001.JPG"),
+    };
+    for (const QString& form : forms) {
+        QString out;
+        EXPECT_EQ(::fitPath(path, out, m_metrics, justFits(form)), form);
+        EXPECT_EQ(out, form);
+    }
+    QString out;
+    EXPECT_EQ(::fitPath(QStringLiteral("C:\\photos\\a.jpg"), out, m_metrics, QRect(0, 0, 1000, 20)),
+              QStringLiteral("C:/photos/a.jpg"));
+}
+
+TEST_F(fitPath, CutsTheFileNameWhenNothingElseFits)
+{
+    QString out;
+    const QRect narrow = justFits(QStringLiteral("...0001.JPG"));
+    const QString result = ::fitPath(QStringLiteral("/a/IMG_0001.JPG"), out, m_metrics, narrow);
+    EXPECT_TRUE(result.startsWith(QStringLiteral("...")));
+    EXPECT_TRUE(QStringLiteral("IMG_0001.JPG").endsWith(result.mid(3)));
+    EXPECT_LE(m_metrics.horizontalAdvance(result), narrow.width() - 2);
+    EXPECT_GE(result.size(), QStringLiteral("...0001.JPG").size()) << "no more is cut than needed";
+    EXPECT_EQ(::fitPath(QStringLiteral("/a/b.jpg"), out, m_metrics, QRect(0, 0, 1, 1)), QStringLiteral("..."));
+}

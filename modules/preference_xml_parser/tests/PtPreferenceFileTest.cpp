@@ -1,0 +1,175 @@
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <unistd.h>
+
+#include "PtPreferenceFile.h"
+
+namespace {
+
+PtPreferenceValue text(const QString& t)
+{
+    PtPreferenceValue v;
+    v.kind = PtPreferenceValue::Kind::Text;
+    v.text = t;
+    return v;
+}
+
+PtPreferenceValue bytes(const QByteArray& b)
+{
+    PtPreferenceValue v;
+    v.kind = PtPreferenceValue::Kind::Bytes;
+    v.bytes = b;
+    return v;
+}
+
+} // namespace
+
+TEST(PtPreferenceFile, EveryValueSurvivesTheRoundTrip)
+{
+    const struct {
+        const char* key;
+        PtPreferenceValue value;
+    } rows[] = {
+        {"Empty", text({})},
+        {"Plain", text(QStringLiteral("3"))},
+        {"Spaces", text(QStringLiteral("  two  spaces  "))},
+        {"Markup", text(QStringLiteral("<a href=\"x\">&amp;</a>"))},
+        {"LineEnds", text(QStringLiteral("a\r\nb\rc\td"))},
+        {"NonLatin", text(QString::fromUtf8("F\xC3\xBCr \xE6\x97\xA5\xE6\x9C\xAC \xF0\x9F\x93\xB7"))},
+        {"LoneSurrogate", text(QString(QChar(0xD800)) + QStringLiteral("x"))},
+        {"Nul", text(QString(QChar(0)) + QStringLiteral("after"))},
+        {"Pattern", bytes("0#\"\"#-1#-1|$%6#\"\"#6#11|$%0#\"_\"#-1#-1|$%4#\"1\"#-1#6")},
+        {"NotUtf8", bytes(QByteArray("\xFF\xFE\x80ok", 5))},
+        {"NulBytes", bytes(QByteArray("a\0b", 3))},
+        {"EmptyBytes", bytes({})},
+        {"With Space", bytes("x")},
+    };
+    PtPreferenceValues values;
+    for (const auto& row : rows)
+        values[3][row.key] = row.value;
+    values[-7]["Negative"] = text(QStringLiteral("domain"));
+
+    const PtPreferenceFile::ReadResult back = PtPreferenceFile::parse(PtPreferenceFile::serialize(values));
+    ASSERT_EQ(back.status, PtPreferenceFile::Status::Loaded) << qPrintable(back.error);
+    for (const auto& row : rows) {
+        ASSERT_EQ(back.values.at(3).count(row.key), 1u) << row.key;
+        EXPECT_TRUE(back.values.at(3).at(row.key) == row.value) << row.key;
+    }
+    EXPECT_EQ(back.values.at(-7).at("Negative").text, QStringLiteral("domain"));
+}
+
+TEST(PtPreferenceFile, MalformedDocumentsAreCorrupt)
+{
+    const struct {
+        const char* name;
+        const char* document;
+        const char* error; // a part of the reason given
+    } rows[] = {
+        {"empty", "", "Premature end"},
+        {"truncated", "<preferences version=\"1\"><domain id=\"3\"><value key=\"a\" type=\"text\">1</val", ""},
+        {"unclosed", "<preferences version=\"1\"><domain id=\"3\">", ""},
+        {"wrong root", "<plist version=\"1\"/>", "not a preference file"},
+        {"wrong version", "<preferences version=\"2\"/>", "version"},
+        {"no version", "<preferences/>", "version"},
+        {"domain id", "<preferences version=\"1\"><domain id=\"x\"/></preferences>", "numeric id"},
+        {"twice domain", "<preferences version=\"1\"><domain id=\"3\"/><domain id=\"3\"/></preferences>", "twice"},
+        {"stray element", "<preferences version=\"1\"><other/></preferences>", "unexpected element"},
+        {"bad key", "<preferences version=\"1\"><domain id=\"3\"><value key=\"\" type=\"text\"/></domain></preferences>",
+         "bad key"},
+        {"non-ascii key",
+         "<preferences version=\"1\"><domain id=\"3\"><value key=\"\xC3\xA9\" type=\"text\"/></domain></preferences>",
+         "bad key"},
+        {"bad type", "<preferences version=\"1\"><domain id=\"3\"><value key=\"a\" type=\"int\">1</value></domain></preferences>",
+         "unknown type"},
+        {"twice key",
+         "<preferences version=\"1\"><domain id=\"3\"><value key=\"a\" type=\"text\"/><value key=\"a\" type=\"text\"/>"
+         "</domain></preferences>",
+         "twice"},
+        {"bad base64",
+         "<preferences version=\"1\"><domain id=\"3\"><value key=\"a\" type=\"bytes\" encoding=\"base64\">@@</value>"
+         "</domain></preferences>",
+         "base64"},
+        {"odd utf16",
+         "<preferences version=\"1\"><domain id=\"3\"><value key=\"a\" type=\"text\" encoding=\"base64\">QUJD</value>"
+         "</domain></preferences>",
+         "odd"},
+        {"unknown encoding",
+         "<preferences version=\"1\"><domain id=\"3\"><value key=\"a\" type=\"text\" encoding=\"hex\">41</value>"
+         "</domain></preferences>",
+         "encoding"},
+        {"nested value",
+         "<preferences version=\"1\"><domain id=\"3\"><value key=\"a\" type=\"text\"><b/></value></domain></preferences>", ""},
+        {"trailing element", "<preferences version=\"1\"/><preferences version=\"1\"/>", ""},
+        {"trailing text", "<preferences version=\"1\"/>junk", ""},
+        {"binary", "\x01\x02\x03\xFF", ""},
+    };
+    for (const auto& row : rows) {
+        const PtPreferenceFile::ReadResult r = PtPreferenceFile::parse(QByteArray(row.document));
+        EXPECT_EQ(r.status, PtPreferenceFile::Status::Corrupt) << row.name;
+        EXPECT_TRUE(r.values.empty()) << row.name;
+        EXPECT_FALSE(r.error.isEmpty()) << row.name;
+        EXPECT_TRUE(r.error.contains(QLatin1String(row.error))) << row.name << ": " << qPrintable(r.error);
+    }
+}
+
+TEST(PtPreferenceFile, CommentsAndWhiteSpaceAroundTheDocumentAreFine)
+{
+    const auto r = PtPreferenceFile::parse(
+        "<?xml version=\"1.0\"?>\n<!-- c -->\n<preferences version=\"1\">\n <!-- d -->\n"
+        " <domain id=\"3\"> <value key=\"k\" type=\"text\">v</value> </domain>\n</preferences>\n<!-- e -->\n");
+    ASSERT_EQ(r.status, PtPreferenceFile::Status::Loaded) << qPrintable(r.error);
+    EXPECT_EQ(r.values.at(3).at("k").text, QStringLiteral("v"));
+}
+
+TEST(PtPreferenceFile, ReadDistinguishesMissingFromCorruptAndWriteReplacesAtomically)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("Preferences.xml"));
+    EXPECT_EQ(PtPreferenceFile::read(path).status, PtPreferenceFile::Status::Missing);
+
+    PtPreferenceValues values;
+    values[3]["k"] = text(QStringLiteral("first"));
+    QString error;
+    ASSERT_TRUE(PtPreferenceFile::write(path, values, &error)) << qPrintable(error);
+    values[3]["k"] = text(QStringLiteral("second"));
+    ASSERT_TRUE(PtPreferenceFile::write(path, values, &error)) << qPrintable(error);
+    const auto r = PtPreferenceFile::read(path);
+    ASSERT_EQ(r.status, PtPreferenceFile::Status::Loaded);
+    EXPECT_EQ(r.values.at(3).at("k").text, QStringLiteral("second"));
+    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), QStringList{QStringLiteral("Preferences.xml")})
+        << "no temporary file is left behind";
+
+    // A folder that cannot be written: the write fails and the old file stays.
+    ASSERT_TRUE(QFile::setPermissions(dir.path(), QFile::ReadOwner | QFile::ExeOwner));
+    if (::geteuid() != 0) {
+        values[3]["k"] = text(QStringLiteral("third"));
+        EXPECT_FALSE(PtPreferenceFile::write(path, values, &error));
+        EXPECT_FALSE(error.isEmpty());
+        EXPECT_EQ(PtPreferenceFile::read(path).values.at(3).at("k").text, QStringLiteral("second"));
+    }
+    QFile::setPermissions(dir.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+
+    QFile big(path);
+    ASSERT_TRUE(big.resize(PtPreferenceFile::kMaxFileSize + 1));
+    const auto tooBig = PtPreferenceFile::read(path);
+    EXPECT_EQ(tooBig.status, PtPreferenceFile::Status::Corrupt);
+    EXPECT_TRUE(tooBig.error.contains(QLatin1String("larger")));
+}
+
+TEST(PtPreferenceFile, KeysArePrintableAsciiUpTo255Characters)
+{
+    const std::string longest(255, 'k');
+    const std::string tooLong(256, 'k');
+    const struct {
+        const char* key;
+        bool ok;
+    } rows[] = {{"Location", true}, {"a b", true}, {"~", true},       {"", false},
+                {"tab\t", false},   {"\x7F", false}, {"\xC3\xA9", false}, {longest.c_str(), true},
+                {tooLong.c_str(), false}, {nullptr, false}};
+    for (const auto& row : rows)
+        EXPECT_EQ(ptIsPreferenceKey(row.key), row.ok) << (row.key ? row.key : "(null)");
+}
