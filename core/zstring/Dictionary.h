@@ -1,6 +1,7 @@
 // quire::Dictionary: keyed localised strings read from a dictionary file,
-// answering lookups of ZString literals ("$$$/Key/Path=Default text") with
-// the stored text or, failing that, the literal's default text.
+// answering lookups of ZString literals (key path, then default text:
+// "$$$/PtZString/OK=OK") with the stored text or, failing that, the
+// literal's default text.
 //
 // A Dictionary is a reference to a shared implementation object: copies
 // share their entries. Nothing here throws for bad file content and nothing
@@ -55,7 +56,8 @@ public:
     // for a null, empty or malformed ("$" or "$$" prefix) literal.
     ZString Lookup(const char* literal, Encoding encoding = Encoding::None) const;
 
-    // Key arguments take a literal or a bare key path: "$$$/A/B=x", "/A/B".
+    // Key arguments take a literal or a bare key path:
+    // "$$$/PtZString/OK=OK" or "/PtZString/OK".
     bool HasKey(const char* key) const;
     // The stored value of key with its hat escapes unconverted; false when
     // the key is not here (the main dictionary is not asked).

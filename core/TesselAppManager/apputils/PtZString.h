@@ -1,5 +1,5 @@
 // The process-wide front end of the localised strings. Every text the
-// plug-in shows is written as a ZString literal, "$$$/Key/Path=Default text",
+// plug-in shows is written as a ZString literal, "$$$/PtZString/Yes=&Yes",
 // and turned into the user's language here at the moment it is needed.
 //
 // For US English no dictionary is loaded and the default text after the
