@@ -30,8 +30,9 @@ public:
     // one first when there is none. True when the file exists and was read.
     static bool appendZStringDict(const QString& path);
 
-    // Destroys the loaded dictionary, if any. The pointer is left as it is:
-    // no lookup happens after a close.
+    // Destroys the loaded dictionary, if any. The pointer is reset so that a
+    // stray lookup after a close falls back to the default texts instead of
+    // reading freed memory.
     static void closeZStringDict();
 
     // The text for a ZString literal: the dictionary's value for its key, or
