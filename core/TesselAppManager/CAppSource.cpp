@@ -1,14 +1,23 @@
 #include "CAppSource.h"
 
+#include "CMOXFileFormat.h"
+#include "IPtPreferences.h"
 #include "PtLibrary.h"
 
 CAppSource::CAppSource(const CAppInfo& info)
     : m_appInfo(info)
 {
+    getIPtPreferences();
     loadConversionLibrary();
 }
 
-CAppSource::~CAppSource() = default;
+CAppSource::~CAppSource()
+{
+    if (m_fileFormats)
+        m_fileFormats->Release();
+    if (m_preferences)
+        m_preferences->Release();
+}
 
 // A missing library or entry is no error: conversion is then simply not offered.
 void CAppSource::loadConversionLibrary()

@@ -5,10 +5,16 @@
 
 #include <string>
 
+#include <QString>
+
 #include <skiff/SinkInterfaces.h>
 
 #include "CAppInfo.h"
+#include "CAppPanelWidgets.h"
 #include "LumenPlugin.h"
+
+class CMOXFileFormat;
+class IPtPreferences;
 
 class CAppSource final : public ISource,
                          public ISink3,
@@ -83,11 +89,35 @@ public:
     // The conversion entry of the raw-conversion library, or null.
     LumenPluginConvertToDNG conversionEntry() const { return m_convertToDNG; }
 
+    // The preference store, opened on the first call from the user's
+    // application-data folder; null when the preference module, its entry or
+    // its store is missing. The object owns the store: the pointer is borrowed.
+    IPtPreferences* getIPtPreferences();
+    // Opens the store if it is not open yet and returns it (borrowed).
+    IPtPreferences* initilizePreferences();
+    // The grey level (0.0 to 1.0) of the browser's image backdrop.
+    static double getBackgroundColor();
+
+    // The conversion settings, from the preferences.
+    struct DNGOptions {
+        bool uncompressed = false;
+        bool linear = false;
+        bool embedRaw = false;
+        int jpegPreviewSize = 1; // 0 none, 1 medium, 2 full size
+    };
+    const DNGOptions& dngOptions() const { return m_dngOptions; }
+    // The backup folder for second copies, native separators; empty when none.
+    const QString& backupFolder() const { return m_backupFolder; }
+
 private:
     ~CAppSource();
 
     void loadConversionLibrary();
+    void readStoredPreferences(CPropAppPreferences3& record);
+    void applyDefaultPreferences(CPropAppPreferences3& record);
+    void showBackupFolder(const QString& folder);
 
+    IPtPreferences* m_preferences = nullptr;
     long long m_refCount = 0;
     CAppInfo m_appInfo;
     IProgressHandler* m_progressHandler = nullptr;
@@ -97,4 +127,8 @@ private:
     std::u16string m_lumenPluginExtensions;
     LumenPluginConvertToDNG m_convertToDNG = nullptr;
     bool m_deleteXMPData = false;
+    CAppPanelWidgets m_panel;
+    DNGOptions m_dngOptions;
+    QString m_backupFolder;
+    CMOXFileFormat* m_fileFormats = nullptr;
 };

@@ -9,11 +9,6 @@ FxResult CAppSource::PushAllMediaItems(ISinkEnumMediaItem&, IDisplayMsgHandler&,
     return kFxErrNotImplemented;
 }
 
-FxResult CAppSource::GetSupportedFileFormatList(IFileFormat*&)
-{
-    return kFxErrNotImplemented;
-}
-
 FxResult CAppSource::GetCopyProgressLongestLabelString(FxChar*, int)
 {
     return kFxErrNotImplemented;
@@ -34,11 +29,6 @@ FxResult CAppSource::GetUIControlOrder(IUIOrderingOptionsEnum&)
     return kFxErrNotImplemented;
 }
 
-FxResult CAppSource::SetClientUIHandler(IClientUIHandler*)
-{
-    return kFxErrNotImplemented;
-}
-
 FxResult CAppSource::GetCustomUISummary(FxChar*, int)
 {
     return kFxErrNotImplemented;
@@ -52,16 +42,6 @@ FxResult CAppSource::HandleUIModeChange(void*, eSkiffUIMode, int&)
 long CAppSource::handleUIEvent(const char*)
 {
     return 0;
-}
-
-FxResult CAppSource::GetPreferences(CProp&)
-{
-    return kFxErrNotImplemented;
-}
-
-FxResult CAppSource::SetPreferences(CProp&)
-{
-    return kFxErrNotImplemented;
 }
 
 FxResult CAppSource::DoPreProcessing(CPropSinkMediaItem*, FxMessageCallback, FxMessageCallback, FxMessageCallback,

@@ -130,6 +130,38 @@ struct CPropAppPreferences3 {
   std::int32_t fixedWord1;       // 1 in a fresh record
   std::int32_t fixedWord7;       // 7 in a fresh record
   std::uint8_t reserved[168];
+
+  // The byte texts: a setter copies `length` bytes, cut to leave room for the
+  // terminator; a getter returns the terminated text.
+  void setBatchRenamePreference(const char* text, unsigned long length) { setText(batchRenamePreference, text, static_cast<long long>(length)); }
+  const char* getBatchRenamePreference() const { return batchRenamePreference; }
+  void setApplyMetadataAuthorName(const char* text, int length) { setText(applyMetadataAuthorName, text, length); }
+  const char* getApplyMetadataAuthorName() const { return applyMetadataAuthorName; }
+  void setApplyMetadataCopyright(const char* text, int length) { setText(applyMetadataCopyright, text, length); }
+  const char* getApplyMetadataCopyright() const { return applyMetadataCopyright; }
+  void setApplyMetadataTemplateName(const char* text, int length) { setText(applyMetadataTemplateName, text, length); }
+  const char* getApplyMetadataTemplateName() const { return applyMetadataTemplateName; }
+  void SetMobileFolderSetting(const char* text, int length) { setText(mobileFolderSetting, text, length); }
+  const char* GetMobileFolderSetting() const { return mobileFolderSetting; }
+
+  // A fresh record: zeroed, the first option flag 2, the fixed words 1 and
+  // 7, the panel's light grey background and dark grey text.
+  static void initFresh(CPropAppPreferences3& record) {
+    fxInitRecord(record);
+    record.option1Pref = 2;
+    record.backgroundColor = 0xFFD2D2D2;
+    record.textColor = 0xFF646464;
+    record.fixedWord1 = 1;
+    record.fixedWord7 = 7;
+  }
+
+ private:
+  static void setText(char (&field)[kTextSize], const char* text, long long length) {
+    const std::size_t n = text && length > 0 ? (std::size_t(length) < kTextSize - 1 ? std::size_t(length) : kTextSize - 1) : 0;
+    if (n)
+      std::memcpy(field, text, n);
+    std::memset(field + n, 0, kTextSize - n);
+  }
 };
 static_assert(sizeof(CPropAppPreferences3) == 5880);
 static_assert(offsetof(CPropAppPreferences3, location) == 16);
