@@ -10,6 +10,7 @@
 
 #include "Handshake.h"
 #include "HostReport.h"
+#include "HostSettings.h"
 #include "PluginLibrary.h"
 
 namespace {
@@ -18,7 +19,7 @@ const char kDefaultPlugin[] = "../Plug-ins/TesselAppManager.so";
 
 void usage()
 {
-    std::fprintf(stderr, "usage: skiff [--plugin PATH]\n");
+    std::fprintf(stderr, "usage: skiff [--plugin PATH] [--location FOLDER]\n");
 }
 
 } // namespace
@@ -27,10 +28,13 @@ int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
     std::string pluginPath = kDefaultPlugin;
+    QString location;
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
         if (arg == "--plugin" && i + 1 < argc) {
             pluginPath = argv[++i];
+        } else if (arg == "--location" && i + 1 < argc) {
+            location = QString::fromLocal8Bit(argv[++i]);
         } else {
             usage();
             return 2;
@@ -47,8 +51,10 @@ int main(int argc, char** argv)
     report.line(QStringLiteral("plug-in"), QString::fromStdString(pluginPath));
     {
         Handshake session(plugin.entry(), report);
-        if (session.start())
+        if (session.start()) {
             session.checkSource();
+            hostSettingsSession(session.source(), report, location);
+        }
         session.finish();
     }
     std::fputs(report.text().toUtf8().constData(), stdout);
