@@ -94,6 +94,24 @@ FastArray::ReadResult FastArray::Read(const unsigned char* data, std::size_t siz
     if (!c.Ok())
         return ReadResult::Malformed;
 
+    // The key hash looks at only every step-th byte, so keys that differ
+    // elsewhere crowd into few buckets; our writer sorts each bucket so a
+    // lookup can search it by halves. Files sorted otherwise are scanned.
+    auto keyAt = [&](std::uint32_t id) {
+        return std::string_view(reinterpret_cast<const char*>(keys) + entries[id].keyOffset,
+                                entries[id].keyLength);
+    };
+    bool sorted = true;
+    for (std::size_t b = 0; sorted && b < modulus; ++b) {
+        for (std::uint32_t j = bucketStart[b] + 1; j < bucketStart[b + 1]; ++j) {
+            if (!(keyAt(ids[j - 1]) < keyAt(ids[j]))) {
+                sorted = false;
+                break;
+            }
+        }
+    }
+
+    m_sortedBuckets = sorted;
     m_owner = std::move(owner);
     m_keys = keys;
     m_values = values;
@@ -110,6 +128,13 @@ long FastArray::Find(std::string_view key) const
     if (m_modulus == 0)
         return -1;
     const std::uint64_t bucket = ByteRunKey::Hash(key, m_modulus);
+    if (m_sortedBuckets) {
+        const auto first = m_ids.begin() + m_bucketStart[bucket];
+        const auto last = m_ids.begin() + m_bucketStart[bucket + 1];
+        const auto it = std::lower_bound(first, last, key,
+                                         [this](std::uint32_t id, std::string_view k) { return Key(id) < k; });
+        return it != last && Key(*it) == key ? static_cast<long>(*it) : -1;
+    }
     for (std::uint32_t j = m_bucketStart[bucket]; j < m_bucketStart[bucket + 1]; ++j) {
         const std::uint32_t id = m_ids[j];
         const Entry& e = m_entries[id];

@@ -53,6 +53,7 @@ private:
     const unsigned char* m_keys = nullptr;
     const unsigned char* m_values = nullptr;
     bool m_swapValues = false;
+    bool m_sortedBuckets = false;
     std::uint32_t m_modulus = 0;
     std::vector<Entry> m_entries;
     std::vector<std::uint32_t> m_bucketStart; // m_modulus + 1 positions into m_ids

@@ -8,26 +8,33 @@ namespace quire_private {
 
 HashTable::HashTable() : m_buckets(kBinaryBuckets) {}
 
+namespace {
+
+// Buckets are kept sorted by key: the key hash samples only every step-th
+// byte, so similar keys share buckets and a linear scan would be long.
+bool keyLess(const DictionaryEntry& e, std::string_view key)
+{
+    return std::string_view(e.key) < key;
+}
+
+} // namespace
+
 const DictionaryEntry* HashTable::Find(std::string_view key) const
 {
     const auto& bucket = m_buckets[ByteRunKey::Hash(key, m_buckets.size())];
-    for (const auto& entry : bucket) {
-        if (entry.key == key)
-            return &entry;
-    }
-    return nullptr;
+    const auto it = std::lower_bound(bucket.begin(), bucket.end(), key, keyLess);
+    return it != bucket.end() && it->key == key ? &*it : nullptr;
 }
 
 void HashTable::Insert(DictionaryEntry entry)
 {
     auto& bucket = m_buckets[ByteRunKey::Hash(entry.key, m_buckets.size())];
-    for (auto& existing : bucket) {
-        if (existing.key == entry.key) {
-            existing.value = std::move(entry.value);
-            return;
-        }
+    const auto it = std::lower_bound(bucket.begin(), bucket.end(), std::string_view(entry.key), keyLess);
+    if (it != bucket.end() && it->key == entry.key) {
+        it->value = std::move(entry.value);
+        return;
     }
-    bucket.push_back(std::move(entry));
+    bucket.insert(it, std::move(entry));
     if (++m_size > 4 * m_buckets.size())
         grow();
 }
@@ -35,9 +42,8 @@ void HashTable::Insert(DictionaryEntry entry)
 bool HashTable::Remove(std::string_view key)
 {
     auto& bucket = m_buckets[ByteRunKey::Hash(key, m_buckets.size())];
-    const auto it = std::find_if(bucket.begin(), bucket.end(),
-                                 [key](const DictionaryEntry& e) { return e.key == key; });
-    if (it == bucket.end())
+    const auto it = std::lower_bound(bucket.begin(), bucket.end(), key, keyLess);
+    if (it == bucket.end() || it->key != key)
         return false;
     bucket.erase(it);
     --m_size;
@@ -51,6 +57,9 @@ void HashTable::grow()
         for (auto& entry : bucket)
             buckets[ByteRunKey::Hash(entry.key, buckets.size())].push_back(std::move(entry));
     }
+    for (auto& bucket : buckets)
+        std::sort(bucket.begin(), bucket.end(),
+                  [](const DictionaryEntry& a, const DictionaryEntry& b) { return a.key < b.key; });
     m_buckets.swap(buckets);
 }
 
