@@ -3,11 +3,15 @@
 #include "CMOXFileFormat.h"
 #include "IPtPreferences.h"
 #include "PtLibrary.h"
+#include "PtZString.h"
 
 CAppSource::CAppSource(const CAppInfo& info)
     : m_appInfo(info)
 {
     getIPtPreferences();
+    // A missing or unreadable dictionary is no error: lookups fall back to
+    // the default texts.
+    PtZString::openZStringDict(false);
     loadConversionLibrary();
 }
 
@@ -17,6 +21,7 @@ CAppSource::~CAppSource()
         m_fileFormats->Release();
     if (m_preferences)
         m_preferences->Release();
+    PtZString::closeZStringDict();
 }
 
 // A missing library or entry is no error: conversion is then simply not offered.
