@@ -9,6 +9,7 @@
 #include <QString>
 
 #include "Handshake.h"
+#include "HostLocale.h"
 #include "HostReport.h"
 #include "HostSettings.h"
 #include "PluginLibrary.h"
@@ -57,6 +58,7 @@ int main(int argc, char** argv)
         }
         session.finish();
     }
+    hostLocaleReport(report);
     std::fputs(report.text().toUtf8().constData(), stdout);
     if (report.failed()) {
         std::fprintf(stderr, "skiff: %d wrong answer(s) from %s\n", report.failures(), pluginPath.c_str());
