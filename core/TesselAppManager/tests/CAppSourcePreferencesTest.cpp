@@ -38,8 +38,13 @@ protected:
             static int argc = 1;
             static char name[] = "appmanager_preferences_tests";
             static char* argv[] = {name, nullptr};
-            new QApplication(argc, argv);
+            s_app = new QApplication(argc, argv);
         }
+    }
+    static void TearDownTestSuite()
+    {
+        delete s_app;
+        s_app = nullptr;
     }
 
     void SetUp() override
@@ -78,9 +83,11 @@ protected:
         conf.write("ImageBackdrop=" + value + "\n");
     }
 
+    static QApplication* s_app;
     QTemporaryDir m_tmp;
     QString m_oldCwd;
 };
+QApplication* CAppSourcePreferences::s_app = nullptr;
 
 } // namespace
 

@@ -46,6 +46,7 @@ QByteArray pattern(int size)
 TEST(generateUniqueFileName, PicksTheFirstFreeCandidate)
 {
     const QString longBase = QString(253, QLatin1Char('x'));
+    const QByteArray longBaseBytes = longBase.toLatin1();
     const struct {
         const char* name;
         const char* inOut;
@@ -62,7 +63,7 @@ TEST(generateUniqueFileName, PicksTheFirstFreeCandidate)
         {"README", "", 1, false, {"README"}, QStringLiteral("README-1")},
         {"my.folder.name", "", 5, true, {}, QStringLiteral("my.folder-5.name")},
         {"ignored.jpg", "chosen.tif", 1, false, {"chosen.tif"}, QStringLiteral("chosen-1.tif")},
-        {qPrintable(longBase), "", 1, true, {}, longBase + QStringLiteral("-1")},
+        {longBaseBytes.constData(), "", 1, true, {}, longBase + QStringLiteral("-1")},
     };
     for (const auto& row : rows) {
         QTemporaryDir dir;
@@ -244,6 +245,11 @@ class fitPath : public ::testing::Test {
             static char* argv[] = {name, nullptr};
             s_app = new QGuiApplication(argc, argv);
         }
+    }
+    static void TearDownTestSuite()
+    {
+        delete s_app;
+        s_app = nullptr;
     }
     // A rectangle in which `text` is just narrow enough.
     QRect justFits(const QString& text) const { return QRect(0, 0, m_metrics.horizontalAdvance(text) + 3, 20); }
