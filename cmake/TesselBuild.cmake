@@ -63,10 +63,10 @@ function(tessel_stage_file target source destination)
     VERBATIM)
 endfunction()
 
-# tessel_add_gtest(name SOURCES ... LIBS ... [ENV ...] [LABELS ...]): one
+# tessel_add_gtest(name SOURCES ... LIBS ... [LABELS ...]): one
 # GoogleTest binary per layer, every test case registered with CTest.
 function(tessel_add_gtest name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;ENV;LABELS" ${ARGN})
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;LABELS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE GTest::gtest GTest::gtest_main ${ARG_LIBS})
   target_compile_definitions(${name} PRIVATE
@@ -75,7 +75,7 @@ function(tessel_add_gtest name)
     TESSEL_TESTDATA_DIR="${PROJECT_SOURCE_DIR}/testdata")
   gtest_discover_tests(${name}
     DISCOVERY_TIMEOUT 60
-    PROPERTIES ENVIRONMENT "QT_QPA_PLATFORM=offscreen;${ARG_ENV}" LABELS "${ARG_LABELS}")
+    PROPERTIES ENVIRONMENT QT_QPA_PLATFORM=offscreen LABELS "${ARG_LABELS}")
 endfunction()
 
 # tessel_add_fuzzer(name SOURCES ... LIBS ...): a libFuzzer target, built only

@@ -3,7 +3,6 @@
 #include <dlfcn.h>
 #include <unistd.h>
 
-#include <cstdlib>
 
 void* PluginTest::s_module = nullptr;
 FxPluginMainFunc PluginTest::s_entry = nullptr;
@@ -13,9 +12,7 @@ void PluginTest::SetUpTestSuite()
     // The plug-in resolves its relative paths from the host's current
     // directory, which is the stage tree's bin folder.
     ASSERT_EQ(::chdir(TESSEL_STAGE_DIR "/bin"), 0);
-    const char* path = std::getenv("TESSEL_PLUGIN");
-    const std::string plugin = path ? path : TESSEL_STAGE_DIR "/Plug-ins/TesselAppManager.so";
-    s_module = ::dlopen(plugin.c_str(), RTLD_NOW | RTLD_LOCAL);
+    s_module = ::dlopen(TESSEL_STAGE_DIR "/Plug-ins/TesselAppManager.so", RTLD_NOW | RTLD_LOCAL);
     ASSERT_NE(s_module, nullptr) << ::dlerror();
     s_entry = reinterpret_cast<FxPluginMainFunc>(::dlsym(s_module, SKIFF_PLUGIN_ENTRY));
     ASSERT_NE(s_entry, nullptr);
