@@ -75,10 +75,14 @@ protected:
         return source;
     }
 
+    // Each value gets a folder of its own: QSettings may keep a file it read
+    // within the same second, and "119" and "120" have the same size.
     void setBackdrop(const QByteArray& value)
     {
-        ASSERT_TRUE(QDir().mkpath(m_tmp.filePath(QStringLiteral("config"))));
-        QFile conf(m_tmp.filePath(QStringLiteral("config/com.corvane.tessel9.conf")));
+        const QString folder = m_tmp.filePath(QStringLiteral("config-") + QString::fromLatin1(value));
+        ASSERT_TRUE(QDir().mkpath(folder));
+        qputenv("XDG_CONFIG_HOME", QFile::encodeName(folder));
+        QFile conf(folder + QStringLiteral("/com.corvane.tessel9.conf"));
         ASSERT_TRUE(conf.open(QIODevice::WriteOnly));
         conf.write("ImageBackdrop=" + value + "\n");
     }
