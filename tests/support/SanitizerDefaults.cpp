@@ -1,7 +1,8 @@
 // Qt 5.15's offscreen platform plug-in never frees the screen it registers
-// when the application starts. The leak checker reads these hooks at start-up
-// (they do nothing in other builds); the full unwinder is needed so that the
-// plug-in's frames show in the allocation stacks that the suppression matches.
+// when the application starts. Sanitizer builds link this into every test
+// program; the leak checker reads these hooks at start-up. The full unwinder
+// is needed so that the plug-in's frames show in the allocation stacks that
+// the suppression matches.
 extern "C" const char* __lsan_default_suppressions()
 {
     return "leak:libqoffscreen.so\n";
