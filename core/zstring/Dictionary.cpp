@@ -29,6 +29,20 @@ std::u16string withHats(std::u16string value)
 std::shared_ptr<std::vector<unsigned char>> readAll(std::istream& stream)
 {
     auto bytes = std::make_shared<std::vector<unsigned char>>();
+    // A file stream knows its size: one read into a buffer of that size.
+    const std::istream::pos_type start = stream.tellg();
+    if (start != std::istream::pos_type(-1) && stream.seekg(0, std::ios::end)) {
+        const std::istream::pos_type end = stream.tellg();
+        stream.seekg(start);
+        if (end != std::istream::pos_type(-1) && end >= start) {
+            bytes->resize(static_cast<std::size_t>(end - start));
+            stream.read(reinterpret_cast<char*>(bytes->data()), static_cast<std::streamsize>(bytes->size()));
+            bytes->resize(static_cast<std::size_t>(stream.gcount()));
+            if (!stream.eof() && stream.peek() == std::char_traits<char>::eof())
+                return bytes;
+        }
+    }
+    stream.clear();
     char chunk[65536];
     while (stream) {
         stream.read(chunk, sizeof chunk);
