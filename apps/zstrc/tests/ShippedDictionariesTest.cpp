@@ -38,7 +38,7 @@ bool scannedFile(const fs::path& file)
 std::map<std::string, std::string> literalsInSources()
 {
     std::map<std::string, std::string> literals;
-    const std::regex literal(R"(\$\$\$(/[A-Za-z0-9_/.\-]+)=([^"\n]*))");
+    const std::regex literal(R"(\$\$\$(/[A-Za-z0-9_/.\-]+)=([^"<\n]*))");
     fs::recursive_directory_iterator it(TESSEL_SOURCE_DIR), end;
     for (; it != end; ++it) {
         if (it->is_directory() && skippedDirectory(it->path())) {
