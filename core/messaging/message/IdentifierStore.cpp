@@ -1,0 +1,131 @@
+// The per-user identifier store: one file per identifier in $HOME/.corvane.
+#include "TesselTalkUtils.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <openssl/rand.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <string>
+
+namespace ScObjects {
+namespace TesselTalkUtils {
+
+namespace {
+
+// An identifier is a few dozen bytes; anything far larger is not one of ours.
+constexpr long kMaxIdentifierFile = 4096;
+constexpr long kMaxKeyLength = 40;
+
+bool isPlainName(const char* name)
+{
+    return name && *name && std::strchr(name, '/') == nullptr && std::strcmp(name, ".") != 0
+        && std::strcmp(name, "..") != 0;
+}
+
+// The whole file in one read, or false.
+bool readWhole(const std::string& path, SoString& out)
+{
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
+    if (fd < 0)
+        return false;
+    struct stat info;
+    bool ok = false;
+    if (fstat(fd, &info) == 0 && S_ISREG(info.st_mode) && info.st_size <= kMaxIdentifierFile) {
+        char buffer[kMaxIdentifierFile];
+        const ssize_t n = ::read(fd, buffer, std::size_t(info.st_size));
+        if (n == info.st_size) {
+            out.assign(buffer, long(n));
+            ok = true;
+        }
+    }
+    ::close(fd);
+    return ok;
+}
+
+SoString newIdentifier()
+{
+    unsigned char bytes[16];
+    if (RAND_bytes(bytes, sizeof bytes) != 1)
+        return SoString();
+    SoString id;
+    for (unsigned char byte : bytes) {
+        char hex[4];
+        std::snprintf(hex, sizeof hex, "%X", byte);
+        id << hex;
+    }
+    id.shrink(kMaxKeyLength);
+    return id;
+}
+
+// Publishes the file whole or not at all: written under a private name and
+// linked into place, so a racing process either wins or reads ours.
+bool storeIdentifier(const std::string& path, const SoString& id)
+{
+    const std::string temp = path + ".tmp" + std::to_string(getpid());
+    const int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0600);
+    if (fd < 0)
+        return false;
+    const bool written = ::write(fd, id.c_str(), std::size_t(id.length())) == id.length();
+    const bool closed = ::close(fd) == 0;
+    const bool linked = written && closed && ::link(temp.c_str(), path.c_str()) == 0;
+    ::unlink(temp.c_str());
+    return linked;
+}
+
+} // namespace
+
+SoString getID(const char* name)
+{
+    const char* home = std::getenv("HOME");
+    if (!home || !*home || !isPlainName(name))
+        return SoString();
+    const std::string folder = std::string(home) + "/.corvane";
+    const std::string path = folder + "/" + name;
+
+    SoString id;
+    if (access(path.c_str(), F_OK) == 0)
+        return readWhole(path, id) ? id : SoString();
+
+    if (::mkdir(folder.c_str(), 0771) == 0)
+        ::chmod(folder.c_str(), 0771); // the umask must not narrow it
+    else if (errno != EEXIST)
+        return SoString();
+    id = newIdentifier();
+    if (id.isEmpty())
+        return id;
+    if (storeIdentifier(path, id))
+        return id;
+    // Another process stored its identifier first: that one is the identifier.
+    SoString theirs;
+    return errno == EEXIST && readWhole(path, theirs) ? theirs : SoString();
+}
+
+SoString getDigestKey()
+{
+    static std::mutex cacheMutex;
+    static std::string cachedHome;
+    static bool cached = false;
+    static SoString* cachedKey = new SoString;
+
+    const char* home = std::getenv("HOME");
+    const std::string currentHome = home ? home : "";
+    std::lock_guard<std::mutex> guard(cacheMutex);
+    if (!cached || cachedHome != currentHome) {
+        SoString key = getID("md5");
+        key.shrink(kMaxKeyLength);
+        *cachedKey = key;
+        cachedHome = currentHome;
+        cached = true;
+    }
+    return *cachedKey;
+}
+
+} // namespace TesselTalkUtils
+} // namespace ScObjects
