@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <thread>
 #include <vector>
 
@@ -69,4 +70,24 @@ TEST(ThreadInitTerm, SecondInitReturnsFalseAndLocksStayRecursive)
     ObjectLock a(c);
     ObjectLock b(c);
     EXPECT_TRUE(pthread_equal(Thread::InitTerm::mainThreadID(), pthread_self()));
+}
+
+TEST(ThreadInitTermDeathTest, CountsFromAFreshProcess)
+{
+    // The threadsafe style re-runs the binary for this test alone, so no
+    // lock has counted yet in the child.
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            const bool first = Thread::InitTerm::init();
+            const bool second = Thread::InitTerm::init();
+            const bool notLast = Thread::InitTerm::exit();
+            const bool last = Thread::InitTerm::exit();
+            // A lock counts like an init that is never undone.
+            Counter lockable;
+            const bool afterLock = Thread::InitTerm::init();
+            const bool stillHeld = Thread::InitTerm::exit();
+            std::exit(first && !second && !notLast && last && !afterLock && !stillHeld ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
 }
