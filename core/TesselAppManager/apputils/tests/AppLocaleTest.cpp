@@ -2,46 +2,15 @@
 
 #include <gtest/gtest.h>
 
-#include <QDir>
-#include <QFile>
-#include <QTemporaryDir>
+#include "HostTreeFixture.h"
 
 namespace {
 
-void writeFile(const QString& path, const QByteArray& bytes)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-}
-
-// A host set-up in a temporary folder: current directory, the host's XML
-// configuration, the user's preferences and the machine-wide data folder.
-class AppLocaleEnv : public testing::Test {
+class AppLocaleEnv : public HostTreeFixture {
 protected:
-    void SetUp() override
-    {
-        ASSERT_TRUE(m_dir.isValid());
-        m_oldCwd = QDir::currentPath();
-        QDir().mkpath(m_dir.filePath("bin"));
-        QDir::setCurrent(m_dir.filePath("bin"));
-        qputenv("XDG_CONFIG_HOME", m_dir.filePath("config").toUtf8());
-        qputenv("XDG_DATA_DIRS", m_dir.filePath("share").toUtf8());
-    }
-    void TearDown() override { QDir::setCurrent(m_oldCwd); }
-
-    void setHostLanguage(const QByteArray& value)
-    {
-        writeFile(m_dir.filePath("bin/skiff_common_config.xml"),
-                  "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n<dict>\n"
-                  "  <key>Other</key>\n  <string>x</string>\n"
-                  "  <key>AppPreferenceID</key>\n  <string>com.corvane.skiff</string>\n</dict>\n</plist>\n");
-        writeFile(m_dir.filePath("config/com.corvane.skiff.conf"), "Language=" + value + "\n");
-    }
     void setDefaultLanguageFile(const QByteArray& content)
     {
-        writeFile(m_dir.filePath("share/Corvane/CorvaneDefaultLanguage.txt"), content);
+        write("share/Corvane/CorvaneDefaultLanguage.txt", content);
     }
     QString chosen(bool* found = nullptr)
     {
@@ -51,9 +20,6 @@ protected:
             *found = ok;
         return QString::fromUtf16(buffer);
     }
-
-    QTemporaryDir m_dir;
-    QString m_oldCwd;
 };
 
 } // namespace
@@ -125,7 +91,7 @@ TEST_F(AppLocaleEnv, NoSettingLeavesTheBufferAlone)
     EXPECT_EQ(chosen(&found), "untouched");
     EXPECT_FALSE(found);
 
-    writeFile(m_dir.filePath("bin/skiff_common_config.xml"), "<plist><dict><key>AppPreferenceID");
+    write("bin/skiff_common_config.xml", "<plist><dict><key>AppPreferenceID");
     EXPECT_EQ(chosen(&found), "untouched");
     EXPECT_FALSE(found);
 }

@@ -4,9 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include <QDir>
-#include <QFile>
-#include <QTemporaryDir>
+#include "HostTreeFixture.h"
 
 #include <sstream>
 
@@ -37,46 +35,20 @@ QByteArray germanDictionary(bool binary)
     return QByteArray::fromStdString(out.str());
 }
 
-// A stage-like tree: bin/ as the current directory, dictionaries under
-// shared_assets/locales, the host's language preference for the locale.
-class PtZStringEnv : public testing::Test {
+// Dictionaries ship under shared_assets/locales of the host tree.
+class PtZStringEnv : public HostTreeFixture {
 protected:
-    void SetUp() override
-    {
-        ASSERT_TRUE(m_dir.isValid());
-        m_oldCwd = QDir::currentPath();
-        QDir().mkpath(m_dir.filePath("bin"));
-        QDir::setCurrent(m_dir.filePath("bin"));
-        qputenv("XDG_CONFIG_HOME", m_dir.filePath("config").toUtf8());
-        qputenv("XDG_DATA_DIRS", m_dir.filePath("share").toUtf8());
-    }
     void TearDown() override
     {
         PtZString::closeZStringDict();
-        QDir::setCurrent(m_oldCwd);
+        HostTreeFixture::TearDown();
     }
 
-    void write(const QString& relative, const QByteArray& bytes)
-    {
-        const QString path = m_dir.filePath(relative);
-        QDir().mkpath(QFileInfo(path).absolutePath());
-        QFile file(path);
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(bytes);
-    }
-    void setLanguage(const QByteArray& language)
-    {
-        write("bin/skiff_common_config.xml",
-              "<plist><dict><key>AppPreferenceID</key><string>test.host</string></dict></plist>");
-        write("config/test.host.conf", "Language=" + language + "\n");
-    }
     void shipDictionary(const QString& locale, const QByteArray& bytes)
     {
         write("shared_assets/locales/" + locale + "/SkiffStrings.dct", bytes);
     }
 
-    QTemporaryDir m_dir;
-    QString m_oldCwd;
 };
 
 } // namespace
@@ -85,7 +57,7 @@ TEST_F(PtZStringEnv, EnglishLoadsNothing)
 {
     for (const QByteArray language : {"", "en_us", "EN_US"}) {
         if (!language.isEmpty())
-            setLanguage(language);
+            setHostLanguage(language);
         shipDictionary("en_us", germanDictionary(true));
         EXPECT_TRUE(PtZString::openZStringDict(false)) << language.constData();
         EXPECT_EQ(PtZString::smpDictionary, nullptr);
@@ -110,7 +82,7 @@ TEST_F(PtZStringEnv, TokenWithoutEqualsIsReturnedAndLogged)
 TEST_F(PtZStringEnv, GermanFromTextAndBinary)
 {
     for (const bool binary : {false, true}) {
-        setLanguage("de");
+        setHostLanguage("de");
         shipDictionary("de_de", germanDictionary(binary));
         ASSERT_TRUE(PtZString::openZStringDict(false)) << binary;
         EXPECT_EQ(PtZString::getYesString(), "&Ja");
@@ -127,12 +99,12 @@ TEST_F(PtZStringEnv, GermanFromTextAndBinary)
 
 TEST_F(PtZStringEnv, MissingOrCorruptDictionaryFallsBack)
 {
-    setLanguage("en");
+    setHostLanguage("en");
     EXPECT_FALSE(PtZString::openZStringDict(false));
     EXPECT_EQ(PtZString::getYesString(), "&Yes");
     PtZString::closeZStringDict();
 
-    setLanguage("de_de");
+    setHostLanguage("de_de");
     const QByteArray good = germanDictionary(true);
     for (int cut : {24, 40, good.size() / 2, good.size() - 1}) {
         shipDictionary("de_de", good.left(cut));
