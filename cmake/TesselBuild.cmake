@@ -23,6 +23,12 @@ if(TESSEL_FUZZ)
   add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 
+if(TESSEL_COVERAGE)
+  # Source-based coverage, read back with llvm-profdata and llvm-cov.
+  add_compile_options(-fprofile-instr-generate -fcoverage-mapping)
+  add_link_options(-fprofile-instr-generate)
+endif()
+
 # tessel_stage_executable(target): the program runs from stage/bin.
 function(tessel_stage_executable target)
   set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${TESSEL_STAGE_DIR}/bin)
@@ -81,16 +87,36 @@ function(tessel_add_gtest name)
     PROPERTIES ENVIRONMENT QT_QPA_PLATFORM=offscreen LABELS "${ARG_LABELS}")
 endfunction()
 
-# tessel_add_fuzzer(name SOURCES ... LIBS ...): a libFuzzer target, built only
-# with TESSEL_FUZZ under clang.
+# tessel_add_fuzzer(name SOURCES ... LIBS ... [COVERS dir...]): a libFuzzer
+# target, built only with TESSEL_FUZZ under clang. Its seed corpus is
+# fuzz/<name>/ beside the declaring CMakeLists.txt, with an optional libFuzzer
+# dictionary fuzz/<name>.dict; COVERS names the source folders whose coverage
+# the fuzzer answers for (the layer above its tests folder by default).
+# Every fuzzer is listed in <build>/fuzzers.txt for scripts/fuzz.sh.
 function(tessel_add_fuzzer name)
   if(NOT TESSEL_FUZZ)
     return()
   endif()
-  cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;COVERS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_compile_options(${name} PRIVATE -fsanitize=fuzzer)
   target_link_options(${name} PRIVATE -fsanitize=fuzzer)
   target_link_libraries(${name} PRIVATE ${ARG_LIBS})
+  if(NOT ARG_COVERS)
+    get_filename_component(ARG_COVERS ${CMAKE_CURRENT_SOURCE_DIR} DIRECTORY)
+  endif()
+  list(JOIN ARG_COVERS "," covers)
+  set(seeds ${CMAKE_CURRENT_SOURCE_DIR}/fuzz/${name})
+  set_property(GLOBAL APPEND PROPERTY TESSEL_FUZZERS
+    "${name}\t$<TARGET_FILE:${name}>\t${seeds}\t${seeds}.dict\t${covers}")
 endfunction()
 
+# tessel_write_fuzzer_list(): called once at the end of the top level.
+function(tessel_write_fuzzer_list)
+  if(NOT TESSEL_FUZZ)
+    return()
+  endif()
+  get_property(fuzzers GLOBAL PROPERTY TESSEL_FUZZERS)
+  list(JOIN fuzzers "\n" lines)
+  file(GENERATE OUTPUT ${CMAKE_BINARY_DIR}/fuzzers.txt CONTENT "${lines}\n")
+endfunction()

@@ -11,6 +11,7 @@ packages=(
   qtbase5-dev qttools5-dev qtdeclarative5-dev qml-module-qtquick2
   libssl-dev libraw-dev libtiff-dev
   xvfb xauth gettext
+  llvm-14
 )
 missing=()
 for p in "${packages[@]}"; do
