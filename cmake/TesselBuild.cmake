@@ -111,12 +111,18 @@ function(tessel_add_fuzzer name)
     "${name}\t$<TARGET_FILE:${name}>\t${seeds}\t${seeds}.dict\t${covers}")
 endfunction()
 
-# tessel_write_fuzzer_list(): called once at the end of the top level.
+# tessel_write_fuzzer_list(): called once at the end of the top level; also
+# adds the target "fuzzers" that builds them all and nothing else.
 function(tessel_write_fuzzer_list)
   if(NOT TESSEL_FUZZ)
     return()
   endif()
   get_property(fuzzers GLOBAL PROPERTY TESSEL_FUZZERS)
+  add_custom_target(fuzzers)
+  foreach(entry ${fuzzers})
+    string(REGEX MATCH "^[^\t]+" name "${entry}")
+    add_dependencies(fuzzers ${name})
+  endforeach()
   list(JOIN fuzzers "\n" lines)
   file(GENERATE OUTPUT ${CMAKE_BINARY_DIR}/fuzzers.txt CONTENT "${lines}\n")
 endfunction()

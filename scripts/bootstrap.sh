@@ -2,6 +2,7 @@
 # Installs whatever is missing from Debian's archive, then configures and builds.
 # Safe to run again: installed packages are skipped and the build is incremental.
 # Usage: scripts/bootstrap.sh [build-dir] [extra cmake arguments...]
+# TESSEL_TARGET=name builds that target only (the fuzz scripts build "fuzzers").
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -27,4 +28,4 @@ fi
 build=${1:-build}
 shift || true
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo "$@"
-cmake --build "$build" -j2
+cmake --build "$build" -j2 ${TESSEL_TARGET:+--target "$TESSEL_TARGET"}

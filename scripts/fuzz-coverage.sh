@@ -13,7 +13,7 @@ build=build-fuzzcov
 llvm_cov=$(command -v llvm-cov-14 || command -v llvm-cov)
 llvm_profdata=$(command -v llvm-profdata-14 || command -v llvm-profdata)
 
-CC=clang CXX=clang++ scripts/bootstrap.sh "$build" \
+CC=clang CXX=clang++ TESSEL_TARGET=fuzzers scripts/bootstrap.sh "$build" \
   -DTESSEL_FUZZ=ON -DTESSEL_COVERAGE=ON -DTESSEL_BENCH=OFF >"$build.log" 2>&1 \
   || { tail -n 40 "$build.log"; echo "fuzz-coverage.sh: the build failed (log: $build.log)" >&2; exit 2; }
 

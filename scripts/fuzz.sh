@@ -10,7 +10,7 @@ seconds=${1:-60}
 filter=${2:-}
 build=build-fuzz
 
-CC=clang CXX=clang++ scripts/bootstrap.sh "$build" \
+CC=clang CXX=clang++ TESSEL_TARGET=fuzzers scripts/bootstrap.sh "$build" \
   -DTESSEL_FUZZ=ON -DTESSEL_SANITIZE="address;undefined" -DTESSEL_BENCH=OFF >"$build.log" 2>&1 \
   || { tail -n 40 "$build.log"; echo "fuzz.sh: the fuzz build failed (log: $build.log)" >&2; exit 2; }
 
