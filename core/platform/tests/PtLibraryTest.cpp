@@ -109,3 +109,20 @@ TEST(PtLibrary, ModuleHandleReleaseLetsTheCodeUnload)
         EXPECT_EQ(PtGetModuleHandle(p(path)), nullptr);
     }
 }
+
+TEST(PtLibrary, ReleasingTheLoadersHandleKeepsTheCodeCallable)
+{
+    PtLibraryHandle bundle = PtLoadLibrary(p(w(kFixture)));
+    ASSERT_NE(bundle, nullptr);
+    auto answer = reinterpret_cast<int (*)()>(PtGetProcAddress(bundle, p(u"FixtureAnswer")));
+    ASSERT_NE(answer, nullptr);
+    PtReleaseModuleRef(bundle);
+    ASSERT_TRUE(fixtureIsLoaded());
+    EXPECT_EQ(answer(), 42);
+    // Give back the load that the released handle leaves behind (and this
+    // lookup's own), for the tests that run after this one in the process.
+    void* leftBehind = dlopen(kFixtureCode, RTLD_NOW | RTLD_NOLOAD);
+    dlclose(leftBehind);
+    dlclose(leftBehind);
+    EXPECT_FALSE(fixtureIsLoaded());
+}
