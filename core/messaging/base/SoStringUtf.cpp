@@ -99,21 +99,25 @@ SoString::SoString(const unsigned short* utf16, long length)
 unsigned long SoString::convertToUtf16(unsigned short* out, unsigned long max) const
 {
     const unsigned char* p = reinterpret_cast<const unsigned char*>(m_data);
-    // The terminator is part of the text for the decoder: it is the decoded 0.
-    const unsigned char* end = p + m_length + 1;
+    const unsigned char* const terminator = p + m_length;
     unsigned long written = 0;
     unsigned long units = 0;
-    while (written < max && p < end) {
+    while (written < max) {
+        // The terminator is the decoded 0 that ends the text.
+        if (p == terminator) {
+            out[units] = 0;
+            return units;
+        }
         const int n = leadLength(*p);
         unsigned long c;
         if (n == 0) {
             c = 0xFFFD;
             ++p;
-        } else if (end - p < n) {
-            // A sequence cut off by the end of the text: nothing follows it.
-            out[units++] = 0xFFFD;
-            out[units] = 0;
-            return units;
+        } else if (terminator - p < n) {
+            // A sequence cut off by the end of the text: the terminator is
+            // never one of its continuation bytes.
+            c = 0xFFFD;
+            p = terminator;
         } else {
             static const unsigned char kLeadMask[7] = {0, 0x7F, 0x1F, 0x0F, 0x07, 0x03, 0x01};
             c = p[0] & kLeadMask[n];

@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
+#include <new>
 #include <string>
 
 namespace ScObjects {
@@ -19,8 +20,6 @@ namespace TesselTalkUtils {
 
 namespace {
 
-// An identifier is a few dozen bytes; anything far larger is not one of ours.
-constexpr long kMaxIdentifierFile = 4096;
 constexpr long kMaxKeyLength = 40;
 
 bool isPlainName(const char* name)
@@ -29,7 +28,8 @@ bool isPlainName(const char* name)
         && std::strcmp(name, "..") != 0;
 }
 
-// The whole file in one read, or false.
+// The whole file, whatever its size, or false when it cannot be read to the
+// size that it had when opened.
 bool readWhole(const std::string& path, SoString& out)
 {
     const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
@@ -37,12 +37,24 @@ bool readWhole(const std::string& path, SoString& out)
         return false;
     struct stat info;
     bool ok = false;
-    if (fstat(fd, &info) == 0 && S_ISREG(info.st_mode) && info.st_size <= kMaxIdentifierFile) {
-        char buffer[kMaxIdentifierFile];
-        const ssize_t n = ::read(fd, buffer, std::size_t(info.st_size));
-        if (n == info.st_size) {
-            out.assign(buffer, long(n));
-            ok = true;
+    if (fstat(fd, &info) == 0 && S_ISREG(info.st_mode)) {
+        try {
+            std::string content(std::size_t(info.st_size), '\0');
+            std::size_t done = 0;
+            while (done < content.size()) {
+                const ssize_t n = ::read(fd, &content[done], content.size() - done);
+                if (n < 0 && errno == EINTR)
+                    continue;
+                if (n <= 0)
+                    break;
+                done += std::size_t(n);
+            }
+            if (done == content.size()) {
+                out.assign(content.data(), long(done));
+                ok = true;
+            }
+        } catch (const std::bad_alloc&) {
+            ok = false;
         }
     }
     ::close(fd);

@@ -44,7 +44,9 @@ public:
     static bool getCreateDigest();
 
     // Appends the wire text to out and returns 1; returns 0 and leaves out
-    // untouched when the target or the sender is empty.
+    // untouched when the text cannot carry the message: the target or the
+    // sender is empty, a field or a header holds a line break (CR or LF), or
+    // a header name holds a colon or is "Version", "@TT>Digest" or "@TT>MD5".
     int writeToString(SoString& out) const;
     // Fills the message from the wire text and returns the position after
     // it (every directly following newline skipped), where the next message

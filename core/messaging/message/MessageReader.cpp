@@ -1,6 +1,7 @@
 // Reading the wire text back into a message.
 #include "Message.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "MessageGlobals.h"
@@ -72,7 +73,11 @@ const char* Message::readFromString(const char* text, long length)
 {
     if (!text)
         text = "";
-    const char* const end = text + (length < 0 ? long(std::strlen(text)) : length);
+    // Without a length the text ends at its first NUL, where every scan
+    // below stops anyway. Measuring the rest of the text up front would make
+    // reading a long run of messages one by one quadratic.
+    const char* const end = length < 0 ? nullptr : text + length;
+    const auto more = [end](const char* q) { return (!end || q < end) && *q; };
 
     m_version.assign("1.0");
     if (!m_target.isEmpty())
@@ -84,7 +89,7 @@ const char* Message::readFromString(const char* text, long length)
     const char* signedStart = text;
 
     const char* p = text;
-    while (p < end && *p) {
+    while (more(p)) {
         if (*p == '\n') {
             ++p;
             break;
@@ -92,15 +97,15 @@ const char* Message::readFromString(const char* text, long length)
         // The name runs to the first colon, across line ends if need be; a
         // text that has none left ends the headers with its remainder.
         const char* nameEnd = p;
-        while (nameEnd < end && *nameEnd && *nameEnd != ':')
+        while (more(nameEnd) && *nameEnd != ':')
             ++nameEnd;
         const SoString name(p, nameEnd - p);
-        const char* valueStart = nameEnd < end && *nameEnd == ':' ? nameEnd + 1 : nameEnd;
+        const char* valueStart = more(nameEnd) ? nameEnd + 1 : nameEnd;
         const char* valueEnd = valueStart;
-        while (valueEnd < end && *valueEnd && *valueEnd != '\n')
+        while (more(valueEnd) && *valueEnd != '\n')
             ++valueEnd;
         const SoString value(valueStart, valueEnd - valueStart);
-        p = valueEnd < end && *valueEnd == '\n' ? valueEnd + 1 : valueEnd;
+        p = more(valueEnd) ? valueEnd + 1 : valueEnd;
 
         if (name == "Version") {
             m_version.assign(kTTPrefix);
@@ -148,9 +153,11 @@ const char* Message::readFromString(const char* text, long length)
         }
     }
 
-    // The announced length is trusted only as far as the text goes.
-    const unsigned long available = static_cast<unsigned long>(end - p);
-    const unsigned long bodyLength = m_contentLength < available ? m_contentLength : available;
+    // The announced length is trusted only as far as the text goes; a text
+    // with a length may carry NUL bytes in its body.
+    const unsigned long bodyLength = end
+        ? std::min(m_contentLength, static_cast<unsigned long>(end - p))
+        : static_cast<unsigned long>(strnlen(p, m_contentLength));
     m_body.assign(p, long(bodyLength));
     p += bodyLength;
 
@@ -161,7 +168,7 @@ const char* Message::readFromString(const char* text, long length)
         m_digestStatus.assign(computed == expectedMD5 ? "" : "REJECTED");
     }
 
-    while (p < end && *p == '\n')
+    while (more(p) && *p == '\n')
         ++p;
 
     if (m_timeout > 0 && m_timestamp == 0)

@@ -30,6 +30,36 @@ bool isReservedName(const SoString& name)
     return false;
 }
 
+// The wire text has no escaping: a line break inside a field or header
+// would start a line of its own, read back as another field or digest.
+bool holdsLineBreak(const SoString& text)
+{
+    const std::size_t n = std::size_t(text.length());
+    return std::memchr(text.c_str(), '\n', n) || std::memchr(text.c_str(), '\r', n);
+}
+
+// Lines the reader acts on whatever the version, which the "@HDR>" prefix
+// does not cover.
+bool isControlName(const SoString& name)
+{
+    return name == "Version" || name == kHeaderDigest || name == kHeaderMD5;
+}
+
+// A name with a colon would be split there on reading ("Type:x" with value
+// "y" reads back as the field Type holding "x:y").
+bool canStream(const Header& header)
+{
+    return !holdsLineBreak(header.name()) && !holdsLineBreak(header.value())
+        && !std::memchr(header.name().c_str(), ':', std::size_t(header.name().length()))
+        && !isControlName(header.name());
+}
+
+bool canStreamFields(const Message& m)
+{
+    return !holdsLineBreak(m.getTarget()) && !holdsLineBreak(m.getSender()) && !holdsLineBreak(m.getType())
+        && !holdsLineBreak(m.getResponseRequest()) && !holdsLineBreak(m.getVersion());
+}
+
 void line(SoString& s, const char* name, const SoString& value)
 {
     s << name << ':' << value << '\n';
@@ -46,7 +76,7 @@ int Message::writeToString(SoString& out) const
 {
     SoString s;
     line(s, kHeaderVersion, m_version);
-    if (m_target.isEmpty() || m_sender.isEmpty())
+    if (m_target.isEmpty() || m_sender.isEmpty() || !canStreamFields(*this))
         return 0;
     line(s, kHeaderTarget, m_target);
     line(s, kHeaderSender, m_sender);
@@ -61,6 +91,8 @@ int Message::writeToString(SoString& out) const
         const bool legacy = isLegacyVersion(m_version);
         ObjectLock guard(*this);
         for (const Header* h = m_headers; h; h = h->next()) {
+            if (!canStream(*h))
+                return 0;
             if (!legacy && isReservedName(h->name()))
                 s << kHeaderPrefix;
             line(s, h->name().c_str(), h->value());

@@ -24,7 +24,7 @@ SoString getCurrentLocale();
 // The identifier stored in $HOME/.corvane/<name>, created on first use from
 // 16 random bytes printed with "%X" each. The folder is made with mode 0771,
 // the file with 0600. Empty without HOME, when the file cannot be read in
-// one piece, or when it cannot be created.
+// whole, or when it cannot be created.
 SoString getID(const char* name);
 // The "userid" identifier, at most 40 bytes; signature and security
 // identifier are the same value.

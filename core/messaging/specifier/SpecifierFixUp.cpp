@@ -89,8 +89,9 @@ void Specifier::fixUp(bool useContext)
     ApplicationRegistry* registry = context ? context->getRegistry() : nullptr;
 
     // The suffix names an endpoint, not an application: complete without it.
-    Specifier result(*this);
-    result.setSuffix("");
+    // Only a registry entry replaces the text; otherwise it stays exactly as
+    // given, since a rebuild would drop empty parts and their separators.
+    Specifier result;
     bool replaced = false;
 
     if (!app.isEmpty() && ver.isEmpty() && registry) {
@@ -130,9 +131,12 @@ void Specifier::fixUp(bool useContext)
             applyInstance(winner, inst);
             winner.setSuffix("");
             result = winner;
+            replaced = true;
         }
     }
 
+    if (!replaced)
+        return;
     assign(result.c_str(), result.length());
     if (!isEmpty() && !suf.isEmpty())
         *this << '#' << suf;

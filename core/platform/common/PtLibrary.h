@@ -19,9 +19,11 @@ PtLibraryHandle PtLoadLibrary(const unsigned short* path);
 // The function named `name` in the bundle's code, or null.
 void* PtGetProcAddress(PtLibraryHandle bundle, const unsigned short* name);
 // The bundle, only if its code is already loaded in this process; else null.
+// The handle keeps the code loaded until it is released.
 PtLibraryHandle PtGetModuleHandle(const unsigned short* path);
 // Unloads the code (if any) and releases the handle. Always true.
 bool PtUnloadLibrary(PtLibraryHandle bundle);
-// Releases the handle and leaves the code loaded, so that functions looked
-// up earlier stay callable.
+// Releases the handle. Code loaded through it stays loaded, so that functions
+// looked up earlier stay callable; a handle from PtGetModuleHandle gives back
+// only the hold it took, so the code goes once its loader unloads it.
 void PtReleaseModuleRef(PtLibraryHandle bundle);

@@ -104,3 +104,33 @@ TEST(PtUTF, WholeStringConveniences)
     EXPECT_EQ(ptucsFromUtf8("Grüße 😀"), text);
     EXPECT_EQ(ptucsToUtf8(nullptr), "");
 }
+
+TEST(PtUTF, BoundariesOfEachSequenceLength)
+{
+    // First and last code point of each length, the edges of the surrogate
+    // range, in both directions; the round trip over all scalar values steps
+    // over most of these.
+    struct Row { unsigned codepoint; Units utf16; std::string utf8; };
+    const Row rows[] = {
+        {0x01, {0x01}, "\x01"},
+        {0x7F, {0x7F}, "\x7F"},
+        {0x80, {0x80}, "\xC2\x80"},
+        {0x7FF, {0x7FF}, "\xDF\xBF"},
+        {0x800, {0x800}, "\xE0\xA0\x80"},
+        {0xD7FF, {0xD7FF}, "\xED\x9F\xBF"},
+        {0xE000, {0xE000}, "\xEE\x80\x80"},
+        {0xFFFF, {0xFFFF}, "\xEF\xBF\xBF"},
+        {0x10000, {0xD800, 0xDC00}, "\xF0\x90\x80\x80"},
+        {0x10FFFF, {0xDBFF, 0xDFFF}, "\xF4\x8F\xBF\xBF"},
+    };
+    for (const Row& row : rows) {
+        Units terminated = row.utf16;
+        terminated.push_back(0);
+        EXPECT_EQ(toUtf16(row.utf8), terminated) << std::hex << row.codepoint;
+        EXPECT_EQ(toUtf8(row.utf16), row.utf8 + '\0') << std::hex << row.codepoint;
+    }
+
+    // The longest overlong form of each length, and encoded surrogates, are dropped.
+    for (const char* dropped : {"\xC1\xBF", "\xE0\x9F\xBF", "\xF0\x8F\xBF\xBF", "\xED\xA0\x80", "\xED\xBF\xBF"})
+        EXPECT_EQ(toUtf16(std::string(dropped) + "z"), (Units{'z', 0})) << testing::PrintToString(std::string(dropped));
+}

@@ -101,13 +101,16 @@ TEST(SoString, EncodeUTF8Forms)
 {
     struct Row { unsigned long codepoint; std::vector<unsigned char> bytes; };
     const Row rows[] = {
+        {0x00, {0x00}},
         {0x7F, {0x7F}},
         {0x80, {0xC2, 0x80}},
         {0x7FF, {0xDF, 0xBF}},
+        {0x800, {0xE0, 0xA0, 0x80}},
         {0xFFFF, {0xEF, 0xBF, 0xBF}},
         {0x10000, {0xF0, 0x90, 0x80, 0x80}},
         {0x1FFFFF, {0xF7, 0xBF, 0xBF, 0xBF}},
         {0x200000, {0xF8, 0x88, 0x80, 0x80, 0x80}},
+        {0x3FFFFFF, {0xFB, 0xBF, 0xBF, 0xBF, 0xBF}},
         {0x4000000, {0xFC, 0x84, 0x80, 0x80, 0x80, 0x80}},
         {0x7FFFFFFE, {0xFD, 0xBF, 0xBF, 0xBF, 0xBF, 0xBE}},
         {0x7FFFFFFF, {0xEF, 0xBF, 0xBD}},
@@ -165,5 +168,64 @@ TEST(SoString, ConvertToUtf16)
         EXPECT_EQ(written, row.units) << testing::PrintToString(row.utf8);
         EXPECT_EQ(out[row.units.size()], 0xEEEE) << "wrote past the end: " << testing::PrintToString(row.utf8);
         EXPECT_LE(n, row.units.size());
+    }
+}
+
+TEST(SoString, ConvertToUtf16TerminatesAfterATruncatedSequence)
+{
+    // The terminator must never be taken for a continuation byte.
+    struct Row { std::string utf8; unsigned long max; std::vector<unsigned short> units; };
+    const Row rows[] = {
+        {"a\xC3", 10, {'a', 0xFFFD, 0}},
+        {"a\xE2\x82", 10, {'a', 0xFFFD, 0}},
+        {"\xF0\x9F\x98", 10, {0xFFFD, 0}},
+        {"\xFC\x84\x80\x80\x80", 10, {0xFFFD, 0}},
+        {"a\xC3", 2, {'a', 0xFFFD}},            // max reached: no terminator, as for any text
+    };
+    for (const Row& row : rows) {
+        std::vector<unsigned short> out(32, 0xEEEE);
+        const unsigned long n = SoString(row.utf8.c_str()).convertToUtf16(out.data(), row.max);
+        EXPECT_EQ(std::vector<unsigned short>(out.begin(), out.begin() + long(row.units.size())), row.units)
+            << testing::PrintToString(row.utf8);
+        EXPECT_EQ(out[row.units.size()], 0xEEEE) << testing::PrintToString(row.utf8);
+        const std::size_t terminated = row.units.back() == 0 ? 1 : 0;
+        EXPECT_EQ(n, row.units.size() - terminated) << testing::PrintToString(row.utf8);
+    }
+}
+
+TEST(SoString, Utf16BoundariesOfEachSequenceLength)
+{
+    // First and last code point of each UTF-8 length, and the edges of the
+    // surrogate range, through both directions of the conversion.
+    struct Row { unsigned long codepoint; std::vector<unsigned short> units; std::string utf8; };
+    const Row rows[] = {
+        {0x01, {0x01}, "\x01"},
+        {0x7F, {0x7F}, "\x7F"},
+        {0x80, {0x80}, "\xC2\x80"},
+        {0x7FF, {0x7FF}, "\xDF\xBF"},
+        {0x800, {0x800}, "\xE0\xA0\x80"},
+        {0xD7FF, {0xD7FF}, "\xED\x9F\xBF"},
+        {0xE000, {0xE000}, "\xEE\x80\x80"},
+        {0xFFFF, {0xFFFF}, "\xEF\xBF\xBF"},
+        {0x10000, {0xD800, 0xDC00}, "\xF0\x90\x80\x80"},
+        {0x10FFFF, {0xDBFF, 0xDFFF}, "\xF4\x8F\xBF\xBF"},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(std::string(SoString(row.units.data(), long(row.units.size())).c_str()), row.utf8)
+            << std::hex << row.codepoint;
+        std::vector<unsigned short> out(8, 0xEEEE);
+        EXPECT_EQ(SoString(row.utf8.c_str()).convertToUtf16(out.data(), 4), row.units.size())
+            << std::hex << row.codepoint;
+        std::vector<unsigned short> expected = row.units;
+        expected.push_back(0);
+        EXPECT_EQ(std::vector<unsigned short>(out.begin(), out.begin() + long(expected.size())), expected)
+            << std::hex << row.codepoint;
+    }
+    // Beyond U+10FFFF the decoder has only the replacement character.
+    for (const char* utf8 : {"\xF4\x90\x80\x80", "\xF7\xBF\xBF\xBF", "\xF8\x88\x80\x80\x80", "\xFD\xBF\xBF\xBF\xBF\xBE"}) {
+        std::vector<unsigned short> out(8, 0xEEEE);
+        EXPECT_EQ(SoString(utf8).convertToUtf16(out.data(), 4), 1u) << testing::PrintToString(std::string(utf8));
+        EXPECT_EQ(out[0], 0xFFFD);
+        EXPECT_EQ(out[1], 0);
     }
 }

@@ -40,6 +40,31 @@ TEST_F(IdentifierStore, ExistingFileIsTheIdentifierAsItIs)
     EXPECT_EQ(TesselTalkUtils::getID("userid"), "given id\n");
 }
 
+TEST_F(IdentifierStore, KeyFileOver4096BytesIsReadWhole)
+{
+    // The digest key is the first 40 bytes of the file, whatever its size.
+    std::string key;
+    for (int i = 0; key.size() < 40; ++i)
+        key += std::to_string(i);
+    key.resize(40);
+    const std::string text = "signed text";
+    storeIdentifier("md5", key);
+    const SoString shortFileDigest = TesselTalkUtils::getMD5(text.c_str(), long(text.size()));
+    ASSERT_FALSE(shortFileDigest.isEmpty());
+
+    for (const std::size_t size : {4095u, 4096u, 4097u, 100000u}) {
+        std::string content = key;
+        content.resize(size, 'k');
+        storeIdentifier("md5", content);
+        storeIdentifier("big", content);
+        // A new HOME value reloads the cached key.
+        setenv("HOME", (m_home + std::string(size % 7 + 1, '/')).c_str(), 1);
+        EXPECT_EQ(TesselTalkUtils::getID("big").length(), long(size));
+        EXPECT_EQ(TesselTalkUtils::getDigestKey(), key.c_str()) << size;
+        EXPECT_EQ(TesselTalkUtils::getMD5(text.c_str(), long(text.size())), shortFileDigest) << size;
+    }
+}
+
 TEST_F(IdentifierStore, UnusableNamesAndHomesGiveEmpty)
 {
     EXPECT_TRUE(TesselTalkUtils::getID("../escape").isEmpty());

@@ -20,14 +20,14 @@ struct Generator {
 
     std::size_t below(std::size_t n) { return std::size_t(rng() % n); }
 
-    // Text that can stand in a header line: no newline, no NUL.
+    // Text that can stand in a header line: no line break, no NUL.
     std::string lineText(std::size_t maxLength, bool allowColon = true)
     {
         std::string s;
         const std::size_t n = below(maxLength + 1);
         while (s.size() < n) {
             const char c = char(1 + below(255));
-            if (c == '\n' || (!allowColon && c == ':'))
+            if (c == '\n' || c == '\r' || (!allowColon && c == ':'))
                 continue;
             s += c;
         }

@@ -51,6 +51,7 @@ TEST(MessageReader, StaysInsideTheText)
         {"Content-Length:4\n", -1, "", 17},                                 // no empty line at all
         {"", -1, "", 0},
         {std::string("Content-Length:5\n\na\0b\n\n", 23), 23, std::string("a\0b\n\n", 5), 23},  // NUL inside a body
+        {std::string("Content-Length:5\n\na\0b\n\n", 23), -1, "a", 19},     // without a length NUL ends the text
     };
     for (const Row& row : rows) {
         Message m;

@@ -75,6 +75,59 @@ TEST_F(MessageWire, RefusesMissingTargetOrSenderAndLeavesOutAlone)
     }
 }
 
+TEST_F(MessageWire, HeaderInjectionIsRefused)
+{
+    const char* const injected = "STATUS\nType:Evil\nResult:7";
+    struct Row { const char* what; void (*spoil)(Message&, const char*); };
+    const Row rows[] = {
+        {"target", [](Message& m, const char* v) { m.setTarget(v); }},
+        {"sender", [](Message& m, const char* v) { m.setSender(v); }},
+        {"type", [](Message& m, const char* v) { m.setType(v); }},
+        {"response request", [](Message& m, const char* v) { m.setResponseRequest(v); }},
+        {"version", [](Message& m, const char* v) { m.setVersion(v); }},
+        {"header value", [](Message& m, const char* v) { m.setHeader("X-Status", v); }},
+        {"header name", [](Message& m, const char* v) { m.setHeader(v, "1"); }},
+    };
+    for (const Row& row : rows) {
+        for (const char* value : {injected, "a\rb", "a\n", "\r"}) {
+            Message m = request();
+            row.spoil(m, value);
+            SoString out("kept");
+            EXPECT_EQ(m.writeToString(out), 0) << row.what << " " << testing::PrintToString(std::string(value));
+            EXPECT_EQ(out, "kept");
+        }
+    }
+
+    // Names that no prefix protects, whatever the version, and names that
+    // the reader would split at their colon.
+    for (const char* version : {"2.05", "2.0"}) {
+        for (const char* name : {"@TT>MD5", "@TT>Digest", "Version", "Type:x", "@TT>MD5:00"}) {
+            Message m = request();
+            m.setVersion(version);
+            m.setHeader(name, "00");
+            SoString out("kept");
+            EXPECT_EQ(m.writeToString(out), 0) << name << " with version " << version;
+            EXPECT_EQ(out, "kept");
+        }
+    }
+
+    // What the text can carry still goes: line breaks in the body, colons
+    // in values, names the reader only knows with the "@HDR>" prefix.
+    Message fine = request();
+    fine.setBody("line\r\nType:Evil\n");
+    fine.setHeader("X-Time", "12:30");
+    fine.setHeader("Error-Code", "5");
+    fine.setHeader("@TT>Other", "x");
+    Message back;
+    back.readFromString(written(fine).c_str());
+    EXPECT_EQ(back.getBody(), "line\r\nType:Evil\n");
+    EXPECT_EQ(back.getType(), "Calligo");
+    EXPECT_EQ(back.getUserHeaderValue("X-Time"), "12:30");
+    EXPECT_EQ(back.getUserHeaderValue("Error-Code"), "5");
+    EXPECT_EQ(back.getUserHeaderValue("@TT>Other"), "x");
+    EXPECT_EQ(back.getDigestStatus(), "");
+}
+
 TEST_F(MessageWire, HeaderPrefixingDependsOnVersion)
 {
     Message::setCreateDigest(false);

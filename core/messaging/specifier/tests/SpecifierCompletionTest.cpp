@@ -81,3 +81,20 @@ TEST_F(SpecifierCompletion, SharedContextPrefersItsGroupMember)
     registry.preferredAnswer = "";
     EXPECT_EQ(Specifier("name", true), "name-4.0") << "no preference: the version search decides";
 }
+
+TEST_F(SpecifierCompletion, UnknownApplicationKeepsItsTextAsGiven)
+{
+    // Completion that finds nothing must not pass the text through the
+    // canonical rebuild, which drops empty parts and separators.
+    registry.entries = {"name-4.0", "other-1.0"};
+    const char* const texts[] = {"ping-", "tessel-#x", "-", "#x", "_", "ping_#x", "ping--de_de", "x-#", "name-5#"};
+    for (const char* text : texts) {
+        EXPECT_EQ(Specifier(text, true), text) << "completed";
+        Specifier withoutContext(text, false);
+        withoutContext.fixUp(false);
+        EXPECT_EQ(withoutContext, text) << "fixUp(false)";
+    }
+    ScObjects::TesselTalk::setSpecifierContext(nullptr);
+    for (const char* text : texts)
+        EXPECT_EQ(Specifier(text, true), text) << "without a registry";
+}

@@ -10,6 +10,9 @@
 struct PtBundle {
     std::string directory;
     void* code = nullptr;
+    // A module handle found already loaded holds a reference of its own to
+    // the code (dlopen counts every open), which its release gives back.
+    bool borrowedCode = false;
 };
 
 namespace {
@@ -68,6 +71,7 @@ PtLibraryHandle PtGetModuleHandle(const unsigned short* path)
         delete bundle;
         return nullptr;
     }
+    bundle->borrowedCode = true;
     return bundle;
 }
 
@@ -81,5 +85,9 @@ bool PtUnloadLibrary(PtLibraryHandle bundle)
 
 void PtReleaseModuleRef(PtLibraryHandle bundle)
 {
+    // Code that this handle loaded stays loaded; a reference that it only
+    // borrowed goes back, so that the loader's own unload is the last one.
+    if (bundle && bundle->code && bundle->borrowedCode)
+        ::dlclose(bundle->code);
     delete bundle;
 }
