@@ -36,8 +36,9 @@ bool BaseInterAppStream::isEmpty() const
 SoString BaseInterAppStream::getMessages()
 {
     ObjectLock lock(this);
-    SoString text(m_pending);
-    m_pending.assign("", 0);
+    // The text moves out whole; the stream starts a fresh, empty one.
+    SoString text;
+    text.swap(m_pending);
     return text;
 }
 
@@ -77,18 +78,21 @@ void BaseInterAppStream::appendFromBuffer(long n)
         m_pending.append(m_buffer, n);
 }
 
-void BaseInterAppStream::fillBuffer(const char* data, long n)
+void BaseInterAppStream::fillBuffer(char* blob, long n)
 {
-    if (n > m_bufferCapacity) {
+    if (n >= m_bufferCapacity && blob) {
+        // The blob's own block is exactly n bytes: it becomes the buffer, which
+        // thus always matches the largest blob seen so far, without a copy.
         SoHeap::freeHeap(m_buffer);
-        // Exactly the blob's size: the buffer always matches the largest
-        // blob seen so far.
-        m_buffer = static_cast<char*>(SoHeap::mallocHeap(std::size_t(n)));
-        m_bufferCapacity = m_buffer ? n : 0;
+        m_buffer = blob;
+        m_bufferCapacity = n;
+    } else {
+        if (m_buffer)
+            std::memcpy(m_buffer, blob, std::size_t(n));
+        SoHeap::freeHeap(blob);
     }
     if (!m_buffer)
         return;
-    std::memcpy(m_buffer, data, std::size_t(n));
     // Senders end or separate their texts with zero bytes; the pending text
     // is plain text whose parts are separated by line feeds.
     for (char* zero = m_buffer; (zero = static_cast<char*>(std::memchr(zero, 0, std::size_t(m_buffer + n - zero))));)

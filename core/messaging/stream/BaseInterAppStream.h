@@ -55,9 +55,10 @@ protected:
     // Appends the first n bytes of the receive buffer to the pending text,
     // under the stream lock; nothing when there is no buffer.
     void appendFromBuffer(long n);
-    // Makes room for n bytes (exactly n when growing), copies the blob in and
-    // turns its zero bytes into line feeds. Call under the stream lock.
-    void fillBuffer(const char* data, long n);
+    // Puts the n bytes of blob (a SoHeap block, taken over and freed) into
+    // the receive buffer, which becomes exactly n bytes when it was smaller,
+    // and turns their zero bytes into line feeds. Call under the stream lock.
+    void fillBuffer(char* blob, long n);
 
 private:
     ScObjects::SoString m_pending;

@@ -7,6 +7,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "SoHeap.h"
@@ -117,13 +118,14 @@ bool writeBlob(int fd, const char* data, std::size_t length, Clock::time_point d
         }
     }
     for (;;) {
+        // The answer cannot be there yet: wait first, read once.
+        if (!waitFor(fd, POLLIN, deadline))
+            return false;
         unsigned char answer = 0;
         const ssize_t n = ::recv(fd, &answer, 1, MSG_DONTWAIT);
         if (n == 1)
             return answer == kAck;
         if (n == 0 || (errno != EAGAIN && errno != EINTR))
-            return false;
-        if (errno == EAGAIN && !waitFor(fd, POLLIN, deadline))
             return false;
     }
 }
@@ -150,40 +152,44 @@ void BlobConnection::refuse()
 
 std::size_t BlobConnection::service(Clock::time_point now)
 {
-    std::size_t taken = 0;
     // Checked before reading too, so that a peer trickling a byte now and
     // then cannot stretch its time.
     if ((m_state == State::Header || m_state == State::Body) && now >= m_deadline)
         refuse();
+    std::size_t taken = 0;
     while (m_state == State::Header || m_state == State::Body) {
-        char* into;
-        std::size_t room;
-        if (m_state == State::Header) {
-            into = reinterpret_cast<char*>(m_header) + m_headerRead;
-            room = kHeaderSize - m_headerRead;
-        } else {
-            into = m_blob + m_bodyRead;
-            room = m_length - m_bodyRead;
-        }
-        const ssize_t n = room ? ::recv(m_fd, into, room, 0) : 0;
-        if (room && n < 0) {
-            if (errno == EINTR)
+        // While the header is incomplete, what follows it is read in the same
+        // call into scratch: a small blob then costs one read.
+        char scratch[8192];
+        const bool readingHeader = m_state == State::Header;
+        iovec parts[2];
+        if (readingHeader)
+            parts[0] = {m_header + m_headerRead, kHeaderSize - m_headerRead};
+        else
+            parts[0] = {m_blob + m_bodyRead, m_length - m_bodyRead};
+        parts[1] = {scratch, sizeof scratch};
+        msghdr message{};
+        message.msg_iov = parts;
+        message.msg_iovlen = readingHeader ? 2 : 1;
+        const ssize_t n = ::recvmsg(m_fd, &message, MSG_DONTWAIT);
+        if (n <= 0) {
+            if (n < 0 && errno == EINTR)
                 continue;
-            if (errno != EAGAIN)
+            if (n == 0 || errno != EAGAIN)
                 refuse();
             return taken;
         }
-        if (room && n == 0) {
-            refuse();
-            return taken;
-        }
         taken += std::size_t(n);
-        if (m_state == State::Header) {
-            m_headerRead += std::size_t(n);
+        if (readingHeader) {
+            const std::size_t forHeader = std::min(std::size_t(n), kHeaderSize - m_headerRead);
+            m_headerRead += forHeader;
+            const std::size_t extra = std::size_t(n) - forHeader;
             if (m_headerRead < kHeaderSize)
                 continue;
             std::uint64_t length = 0;
-            if (!decodeHeader(m_header, length)) {
+            // Nothing may follow the blob, so more bytes than announced are a
+            // fault as well.
+            if (!decodeHeader(m_header, length) || extra > length) {
                 refuse();
                 return taken;
             }
@@ -194,10 +200,13 @@ std::size_t BlobConnection::service(Clock::time_point now)
                 refuse();
                 return taken;
             }
+            if (extra)
+                std::memcpy(m_blob, scratch, extra);
+            m_bodyRead = extra;
             m_state = State::Body;
-            continue;
+        } else {
+            m_bodyRead += std::size_t(n);
         }
-        m_bodyRead += std::size_t(n);
         if (m_bodyRead == m_length) {
             // The blob is ours now, whether or not the sender is still there
             // to read the answer.

@@ -74,6 +74,8 @@ std::string endpointDirectory()
         directory = std::string(runtime) + "/tesseltalk";
     else
         directory = "/tmp/tesseltalk-" + std::to_string(::geteuid());
+    if (isPrivateDirectory(directory))
+        return directory;
     if (::mkdir(directory.c_str(), 0700) != 0 && errno != EEXIST)
         return std::string();
     return isPrivateDirectory(directory) ? directory : std::string();

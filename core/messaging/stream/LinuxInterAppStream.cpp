@@ -8,6 +8,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstring>
 #include <new>
@@ -27,6 +28,10 @@ const char kPortPrefix[] = "\\\\.\\port\\Quay_and_Mole_";
 // How long one messagePending call may keep taking in data that keeps
 // coming, so that a busy peer cannot hold the messaging thread.
 constexpr std::chrono::milliseconds kServiceBudget{100};
+// How long a pass waits for the next bytes of a blob that is on its way,
+// after a pass that took some in. Without it a large blob would come in
+// one socket buffer per messaging-thread cycle.
+constexpr int kBlobWaitMs = 10;
 
 bool peerIsSameUser(int fd)
 {
@@ -76,6 +81,13 @@ LinuxInterAppStream::DataRef::DataRef(char* data, long length)
 LinuxInterAppStream::DataRef::~DataRef()
 {
     ScObjects::SoHeap::freeHeap(m_data);
+}
+
+char* LinuxInterAppStream::DataRef::release()
+{
+    char* data = m_data;
+    m_data = nullptr;
+    return data;
 }
 
 LinuxInterAppStream::LinuxInterAppStream(const SoString& name, bool flag)
@@ -151,32 +163,29 @@ bool LinuxInterAppStream::send(const SoString& target, const SoString& data) con
     return delivered;
 }
 
-bool LinuxInterAppStream::servicePass() const
+bool LinuxInterAppStream::servicePass(int waitMs) const
 {
     std::vector<pollfd> fds;
     fds.reserve(m_connections.size() + 1);
     fds.push_back(pollfd{m_listenFd, POLLIN, 0});
     for (const auto& connection : m_connections)
         fds.push_back(pollfd{connection->fd(), POLLIN, 0});
-    if (::poll(fds.data(), fds.size(), 0) < 0)
+    if (::poll(fds.data(), fds.size(), waitMs) < 0)
         return false;
 
     const Clock::time_point now = Clock::now();
     bool moved = false;
     const std::size_t known = m_connections.size();
-    while (fds[0].revents) {
+    // One peer per pass: the caller passes again while peers keep coming,
+    // and an idle listener costs no extra call.
+    if (fds[0].revents) {
         const int fd = ::accept4(m_listenFd, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
-        if (fd < 0) {
-            if (errno == EINTR)
-                continue;
-            break;
+        if (fd >= 0) {
+            moved = true;
+            std::unique_ptr<BlobConnection> connection(new BlobConnection(fd, now + m_connectionDeadline));
+            if (peerIsSameUser(fd) && m_connections.size() < kMaxConnections)
+                m_connections.push_back(std::move(connection));
         }
-        moved = true;
-        if (!peerIsSameUser(fd) || m_connections.size() >= kMaxConnections) {
-            ::close(fd);
-            continue;
-        }
-        m_connections.emplace_back(new BlobConnection(fd, now + m_connectionDeadline));
     }
 
     // In order of acceptance, so that blobs completed in one pass queue in
@@ -190,7 +199,13 @@ bool LinuxInterAppStream::servicePass() const
         if (connection.state() == BlobConnection::State::Done) {
             std::size_t length = 0;
             char* blob = connection.takeBlob(length);
-            std::unique_ptr<DataRef> ref(new DataRef(blob, long(length)));
+            std::unique_ptr<DataRef> ref;
+            try {
+                ref.reset(new DataRef(blob, long(length)));
+            } catch (...) {
+                ScObjects::SoHeap::freeHeap(blob);
+                throw;
+            }
             m_queue.append(ref.get());
             ref.release();
             moved = true;
@@ -211,15 +226,20 @@ bool LinuxInterAppStream::messagePending() const
     long previous = m_queue.count();
     try {
         const Clock::time_point start = Clock::now();
+        int waitMs = 0;
         for (;;) {
-            const bool moved = servicePass();
+            const bool moved = servicePass(waitMs);
             const long count = m_queue.count();
-            if (Clock::now() - start >= kServiceBudget)
+            const auto left = kServiceBudget - (Clock::now() - start);
+            if (left <= Clock::duration::zero())
                 break;
             if (count > previous)
                 previous = count;
             else if (!moved)
                 break;
+            waitMs = m_connections.empty()
+                ? 0
+                : int(std::min<long>(kBlobWaitMs, std::chrono::duration_cast<std::chrono::milliseconds>(left).count()));
         }
     } catch (const std::bad_alloc&) {
         // What was queued stays queued; the rest waits for the next call.
@@ -234,7 +254,7 @@ int LinuxInterAppStream::readFromMsgQueue()
         return 0;
     std::unique_ptr<DataRef> ref(m_queue.removeAt(0));
     const int n = int(ref->length());
-    fillBuffer(ref->data(), n);
+    fillBuffer(ref->release(), n);
     return n;
 }
 

@@ -42,6 +42,8 @@ public:
 
         const char* data() const { return m_data; }
         long length() const { return m_length; }
+        // Hands the bytes over to the caller, who frees them with freeHeap.
+        char* release();
 
     private:
         char* m_data;
@@ -65,9 +67,9 @@ public:
 
 private:
     bool open();
-    // One non-blocking pass over the listening socket and the open
-    // connections; whether any byte or peer was taken in.
-    bool servicePass() const;
+    // One pass over the listening socket and the open connections, waiting
+    // at most waitMs for any of them; whether any byte or peer was taken in.
+    bool servicePass(int waitMs) const;
     int readFromMsgQueue();
 
     int m_listenFd = -1;
