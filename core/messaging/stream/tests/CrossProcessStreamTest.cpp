@@ -106,6 +106,16 @@ TEST_F(StreamTest, NameOfKilledOwnerIsFreeAtOnceDespiteItsStaleSocket)
     EXPECT_EQ(peer.readLine(), "ok");
 }
 
+TEST_F(StreamTest, LaunchedChildDoesNotKeepItsParentsName)
+{
+    std::unique_ptr<InterAppStream> parent(new InterAppStream("parent", false));
+    ASSERT_TRUE(parent->isGood());
+    PeerProcess child({"hold", "child"});
+    ASSERT_EQ(child.readLine(), "child");
+    parent.reset();
+    EXPECT_TRUE(InterAppStream("parent", false).isGood());
+}
+
 TEST_F(StreamTest, SendToNameNobodyHoldsFailsAtOnce)
 {
     InterAppStream sender("sender", false);
