@@ -96,8 +96,10 @@ TEST_F(StreamTest, FactoryHandsOutInstancesAndRefusesWhatItCannotNumber)
     }
     EXPECT_EQ(createNextAvailableInterAppStream("tessel_2-4.0-en_us"), nullptr);
     EXPECT_EQ(createNextAvailableInterAppStream(""), nullptr);
-    for (int i = 3; i <= 8; ++i)
+    for (int i = 3; i <= 8; ++i) {
         held.emplace_back(createNextAvailableInterAppStream("tessel-4.0-en_us"));
+        ASSERT_TRUE(held.back()) << i;
+    }
     EXPECT_STREQ(held.back()->name().c_str(), "tessel_8-4.0-en_us");
     EXPECT_EQ(createNextAvailableInterAppStream("tessel-4.0-en_us"), nullptr);
     held.erase(held.begin() + 3); // instance 3

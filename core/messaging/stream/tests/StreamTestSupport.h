@@ -50,8 +50,10 @@ private:
     bool m_hadOld = false;
 };
 
-// Polls stream until it holds at least size bytes of text or the time is up.
-inline std::string drain(InterAppStream& stream, std::size_t size, std::chrono::milliseconds limit)
+// Polls stream until it holds at least size bytes of text or the time is
+// up, pausing between polls for pause (the messaging thread pumps every 100 ms).
+inline std::string drain(InterAppStream& stream, std::size_t size, std::chrono::milliseconds limit,
+    std::chrono::microseconds pause = std::chrono::milliseconds(1))
 {
     std::string text;
     const auto end = std::chrono::steady_clock::now() + limit;
@@ -62,7 +64,7 @@ inline std::string drain(InterAppStream& stream, std::size_t size, std::chrono::
             const ScObjects::SoString got = stream.getMessages();
             text.append(got.c_str(), std::size_t(got.length()));
         } else {
-            ::usleep(1000);
+            ::usleep(useconds_t(pause.count()));
         }
     }
     return text;
