@@ -139,7 +139,7 @@ TEST_F(StreamTest, SixteenMiBBlobsTravelIntactBothWays)
     PeerProcess peer({"send", "big", std::to_string(size)});
     // Polled at the messaging thread's pace, a large blob must still come in
     // a few polls, far within the sender's bound.
-    const std::string got = drain(receiver, size, std::chrono::seconds(4), std::chrono::milliseconds(100));
+    const std::string got = drain(receiver, size, std::chrono::seconds(6), std::chrono::milliseconds(100));
     EXPECT_EQ(peer.readLine(), "ok");
     ASSERT_EQ(got.size(), size);
     EXPECT_TRUE(got == streamPattern(size)) << "the blob arrived changed";
