@@ -40,7 +40,6 @@ public:
         DataRef(const DataRef&) = delete;
         DataRef& operator=(const DataRef&) = delete;
 
-        const char* data() const { return m_data; }
         long length() const { return m_length; }
         // Hands the bytes over to the caller, who frees them with freeHeap.
         char* release();
