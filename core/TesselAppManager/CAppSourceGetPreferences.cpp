@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 
 #include "IPtPreferences.h"
 #include "PtZString.h"

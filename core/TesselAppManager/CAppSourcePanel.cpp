@@ -145,12 +145,13 @@ void CAppSource::chooseBackupFolder()
     // An unwritable folder is never kept: the user is told and asked again
     // until a writable one is chosen or the chooser is cancelled.
     while (!folder.isEmpty() && !isFolderWritable(folder)) {
-        PtMessageBox::warning(
-            QApplication::activeWindow(),
-            PtZString::getZString(QStringLiteral("$$$/PtQuickViewer/InvalidDirectoryCaption=Cannot Write to Directory")),
-            PtZString::getZString(QStringLiteral("$$$/PtQuickViewer/InvalidDirectoryMessg=Cannot write to the specified "
-                                                 "directory. Please choose a different directory.")),
-            PtZString::getOKString(), QString(), QString(), 0, 0);
+        const QString caption =
+            PtZString::getZString(QStringLiteral("$$$/PtQuickViewer/InvalidDirectoryCaption=Cannot Write to Directory"));
+        const QString text = PtZString::getZString(QStringLiteral(
+            "$$$/PtQuickViewer/InvalidDirectoryMessg=Cannot write to the specified directory. Please choose a "
+            "different directory."));
+        PtMessageBox::warning(QApplication::activeWindow(), caption, text, PtZString::getOKString(), QString(),
+                              QString(), 0, 0);
         folder = askForFolder(m_backupFolder);
     }
     if (!folder.isEmpty())

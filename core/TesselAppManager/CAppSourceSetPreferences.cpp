@@ -4,6 +4,7 @@
 #include "CAppSource.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "IPtPreferences.h"
 #include "StoredPreferences.h"
