@@ -16,19 +16,21 @@ T* faceOf(ISource* source, long id)
     return source && source->QueryInterface(id, &out) ? static_cast<T*>(out) : nullptr;
 }
 
+QString utf8(std::string_view text) { return QString::fromUtf8(text.data(), int(text.size())); }
+
 QString colour(std::uint32_t argb) { return QStringLiteral("#%1").arg(argb, 8, 16, QLatin1Char('0')).toUpper(); }
 
 void printRecord(HostReport& report, const CPropAppPreferences3& rec)
 {
     report.line(QStringLiteral("download location"), HostReport::fromFx(rec.location, 260));
-    report.line(QStringLiteral("batch rename"), QString::fromUtf8(rec.getBatchRenamePreference()));
+    report.line(QStringLiteral("batch rename"), utf8(rec.getBatchRenamePreference()));
     report.line(QStringLiteral("create subfolders"), QString::number(rec.createSubfoldersComboIndex));
     report.line(QStringLiteral("rename files"), QString::number(rec.renameFilesComboIndex));
     report.line(QStringLiteral("rename sequence"), QString::number(rec.renameSequenceNumber));
     report.line(QStringLiteral("preserve file name"), QString::number(rec.preserveOriginalFilename));
     report.line(QStringLiteral("quick viewer"), QString::number(rec.quickViewerMode));
-    report.line(QStringLiteral("metadata author"), QString::fromUtf8(rec.getApplyMetadataAuthorName()));
-    report.line(QStringLiteral("metadata copyright"), QString::fromUtf8(rec.getApplyMetadataCopyright()));
+    report.line(QStringLiteral("metadata author"), utf8(rec.getApplyMetadataAuthorName()));
+    report.line(QStringLiteral("metadata copyright"), utf8(rec.getApplyMetadataCopyright()));
     report.line(QStringLiteral("groups open"), QStringLiteral("metadata %1, custom %2")
                                                    .arg(rec.applyMetadataGroupOpen)
                                                    .arg(rec.customGroupOpen));

@@ -115,7 +115,14 @@ private:
     void loadConversionLibrary();
     void readStoredPreferences(CPropAppPreferences3& record);
     void applyDefaultPreferences(CPropAppPreferences3& record);
+    // Colours of the panel from the browser's backdrop grey.
+    static void applyBackdropColours(CPropAppPreferences3& record);
+    // Keeps `folder` as the backup folder and shows it, shortened, in the label.
     void showBackupFolder(const QString& folder);
+    // The settings button's dialog: the four conversion options, kept on OK only.
+    void editDNGOptions();
+    // The browse button's folder chooser; only a writable folder is kept.
+    void chooseBackupFolder();
 
     IPtPreferences* m_preferences = nullptr;
     long long m_refCount = 0;

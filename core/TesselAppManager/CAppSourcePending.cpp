@@ -1,6 +1,7 @@
-// Operations whose work arrives with the features that own it: the download
-// pipeline and hand-off, preferences and formats, the settings panel. Until
-// then each tells the host plainly that it is not provided.
+// Operations whose work arrives with the features that own it (the download
+// pipeline and hand-off), and the panel's ordering and mode hooks, which the
+// settings panel does without. Each tells the host plainly that it is not
+// provided.
 #include "CAppSource.h"
 
 FxResult CAppSource::PushAllMediaItems(ISinkEnumMediaItem&, IDisplayMsgHandler&, unsigned long&, void*,
@@ -14,22 +15,7 @@ FxResult CAppSource::GetCopyProgressLongestLabelString(FxChar*, int)
     return kFxErrNotImplemented;
 }
 
-FxResult CAppSource::GetUIFilename(FxChar*, int)
-{
-    return kFxErrNotImplemented;
-}
-
-FxResult CAppSource::GetCustomUICaption(FxChar*, int)
-{
-    return kFxErrNotImplemented;
-}
-
 FxResult CAppSource::GetUIControlOrder(IUIOrderingOptionsEnum&)
-{
-    return kFxErrNotImplemented;
-}
-
-FxResult CAppSource::GetCustomUISummary(FxChar*, int)
 {
     return kFxErrNotImplemented;
 }
@@ -37,11 +23,6 @@ FxResult CAppSource::GetCustomUISummary(FxChar*, int)
 FxResult CAppSource::HandleUIModeChange(void*, eSkiffUIMode, int&)
 {
     return kFxErrNotImplemented;
-}
-
-long CAppSource::handleUIEvent(const char*)
-{
-    return 0;
 }
 
 FxResult CAppSource::DoPreProcessing(CPropSinkMediaItem*, FxMessageCallback, FxMessageCallback, FxMessageCallback,

@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <string_view>
 
 #include "FxTypes.h"
 
@@ -131,36 +132,29 @@ struct CPropAppPreferences3 {
   std::int32_t fixedWord7;       // 7 in a fresh record
   std::uint8_t reserved[168];
 
-  // The byte texts: a setter copies `length` bytes, cut to leave room for the
-  // terminator; a getter returns the terminated text.
-  void setBatchRenamePreference(const char* text, unsigned long length) { setText(batchRenamePreference, text, static_cast<long long>(length)); }
-  const char* getBatchRenamePreference() const { return batchRenamePreference; }
-  void setApplyMetadataAuthorName(const char* text, int length) { setText(applyMetadataAuthorName, text, length); }
-  const char* getApplyMetadataAuthorName() const { return applyMetadataAuthorName; }
-  void setApplyMetadataCopyright(const char* text, int length) { setText(applyMetadataCopyright, text, length); }
-  const char* getApplyMetadataCopyright() const { return applyMetadataCopyright; }
-  void setApplyMetadataTemplateName(const char* text, int length) { setText(applyMetadataTemplateName, text, length); }
-  const char* getApplyMetadataTemplateName() const { return applyMetadataTemplateName; }
-  void SetMobileFolderSetting(const char* text, int length) { setText(mobileFolderSetting, text, length); }
-  const char* GetMobileFolderSetting() const { return mobileFolderSetting; }
+  // The byte texts. A setter copies at most `length` bytes, cut to leave room
+  // for a terminator, and zeroes the rest of the field; a null text or a
+  // length below 1 empties it. A getter returns the text up to its first zero
+  // byte or the field's end, whichever comes first: the host may hand over a
+  // field that fills all its bytes.
+  void setBatchRenamePreference(const char* text, unsigned long length);
+  std::string_view getBatchRenamePreference() const { return boundedText(batchRenamePreference); }
+  void setApplyMetadataAuthorName(const char* text, int length);
+  std::string_view getApplyMetadataAuthorName() const { return boundedText(applyMetadataAuthorName); }
+  void setApplyMetadataCopyright(const char* text, int length);
+  std::string_view getApplyMetadataCopyright() const { return boundedText(applyMetadataCopyright); }
+  void setApplyMetadataTemplateName(const char* text, int length);
+  std::string_view getApplyMetadataTemplateName() const { return boundedText(applyMetadataTemplateName); }
+  void SetMobileFolderSetting(const char* text, int length);
+  std::string_view GetMobileFolderSetting() const { return boundedText(mobileFolderSetting); }
 
   // A fresh record: zeroed, the first option flag 2, the fixed words 1 and
   // 7, the panel's light grey background and dark grey text.
-  static void initFresh(CPropAppPreferences3& record) {
-    fxInitRecord(record);
-    record.option1Pref = 2;
-    record.backgroundColor = 0xFFD2D2D2;
-    record.textColor = 0xFF646464;
-    record.fixedWord1 = 1;
-    record.fixedWord7 = 7;
-  }
+  static void initFresh(CPropAppPreferences3& record);
 
  private:
-  static void setText(char (&field)[kTextSize], const char* text, long long length) {
-    const std::size_t n = text && length > 0 ? (std::size_t(length) < kTextSize - 1 ? std::size_t(length) : kTextSize - 1) : 0;
-    if (n)
-      std::memcpy(field, text, n);
-    std::memset(field + n, 0, kTextSize - n);
+  static std::string_view boundedText(const char (&field)[kTextSize]) {
+    return std::string_view(field, ::strnlen(field, kTextSize));
   }
 };
 static_assert(sizeof(CPropAppPreferences3) == 5880);

@@ -1,6 +1,7 @@
 #include "AppFileUtils.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 
 #include <cerrno>
@@ -32,6 +33,22 @@ QString candidateName(const QString& base, unsigned number)
     if (total >= 254)
         stem = base.left(253 - total);
     return stem + QLatin1Char('-') + num + ext;
+}
+
+// The standard folders have always come back through a 256-byte path
+// buffer. A cut never splits a character: it ends before the first byte of
+// a sequence that would not fit whole.
+QString cutToPathBuffer(const QString& folder)
+{
+    constexpr int kPathBytes = 256;
+    QByteArray bytes = QFile::encodeName(folder);
+    if (bytes.size() <= kPathBytes)
+        return folder;
+    int end = kPathBytes;
+    while (end > 0 && (uchar(bytes[end]) & 0xC0) == 0x80)
+        --end;
+    bytes.truncate(end);
+    return QFile::decodeName(bytes);
 }
 
 } // namespace
@@ -135,12 +152,12 @@ bool isFolderWritable(const QString& path)
 
 QString getMyPicturesPath()
 {
-    return PtPicturesFolder();
+    return cutToPathBuffer(PtPicturesFolder());
 }
 
 QString getApplicationDataFolderPath()
 {
-    return PtUserApplicationSupportFolder();
+    return cutToPathBuffer(PtUserApplicationSupportFolder());
 }
 
 bool getApplicationPath(unsigned short*)

@@ -47,6 +47,8 @@ bool isFolderWritable(const QString& path);
 QString getMyPicturesPath();
 // The user's application-data folder ($XDG_DATA_HOME, default ~/.local/share).
 QString getApplicationDataFolderPath();
+// Both folders come back as at most 256 bytes of UTF-8: a longer path is cut
+// there, at a character boundary.
 
 // Nothing to report on this platform: both return true and write nothing.
 bool getApplicationPath(unsigned short* buf);

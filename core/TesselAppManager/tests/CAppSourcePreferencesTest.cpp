@@ -2,19 +2,18 @@
 // the stage tree the way the plug-in finds it (relative to stage/bin).
 #include <gtest/gtest.h>
 
-#include <QApplication>
 #include <QDir>
 #include <QFile>
 #include <QLabel>
 #include <QTemporaryDir>
 
 #include <cstring>
-
-#include <unistd.h>
+#include <memory>
 
 #include "CAppInfo.h"
 #include "CAppSource.h"
 #include "FakePanel.h"
+#include "StageCopy.h"
 #include "IPtPreferences.h"
 
 namespace {
@@ -32,38 +31,9 @@ CPropAppPreferences3 blankRecord()
 
 class CAppSourcePreferences : public ::testing::Test {
 protected:
-    static void SetUpTestSuite()
-    {
-        if (!QApplication::instance()) {
-            static int argc = 1;
-            static char name[] = "appmanager_preferences_tests";
-            static char* argv[] = {name, nullptr};
-            s_app = new QApplication(argc, argv);
-        }
-    }
-    static void TearDownTestSuite()
-    {
-        delete s_app;
-        s_app = nullptr;
-    }
+    void SetUp() override { ASSERT_TRUE(m_stage->isValid()); }
 
-    void SetUp() override
-    {
-        m_oldCwd = QDir::currentPath();
-        ASSERT_TRUE(QDir().mkpath(QStringLiteral(TESSEL_STAGE_DIR "/bin")));
-        ASSERT_TRUE(QDir::setCurrent(QStringLiteral(TESSEL_STAGE_DIR "/bin")));
-        qputenv("XDG_DATA_HOME", QFile::encodeName(m_tmp.filePath(QStringLiteral("data"))));
-        qputenv("XDG_CONFIG_HOME", QFile::encodeName(m_tmp.filePath(QStringLiteral("config"))));
-    }
-
-    void TearDown() override
-    {
-        QDir::setCurrent(m_oldCwd);
-        qunsetenv("XDG_DATA_HOME");
-        qunsetenv("XDG_CONFIG_HOME");
-    }
-
-    QString userFolder() const { return m_tmp.filePath(QStringLiteral("data/Corvane/Tessel 2024")); }
+    QString userFolder() const { return m_stage->userFolder(); }
 
     CAppSource* newSource(IClientUIHandler* panel = nullptr)
     {
@@ -75,23 +45,21 @@ protected:
         return source;
     }
 
-    // Each value gets a folder of its own: QSettings may keep a file it read
-    // within the same second, and "119" and "120" have the same size.
     void setBackdrop(const QByteArray& value)
     {
-        const QString folder = m_tmp.filePath(QStringLiteral("config-") + QString::fromLatin1(value));
-        ASSERT_TRUE(QDir().mkpath(folder));
-        qputenv("XDG_CONFIG_HOME", QFile::encodeName(folder));
-        QFile conf(folder + QStringLiteral("/com.corvane.tessel9.conf"));
-        ASSERT_TRUE(conf.open(QIODevice::WriteOnly));
-        conf.write("ImageBackdrop=" + value + "\n");
+        ASSERT_TRUE(m_stage->writeConfig(QStringLiteral("com.corvane.tessel9"), "ImageBackdrop=" + value + "\n"));
     }
 
-    static QApplication* s_app;
-    QTemporaryDir m_tmp;
-    QString m_oldCwd;
+    // The stored value of `key` in domain 3, as text.
+    static QString stored(IPtPreferences* store, const char* key)
+    {
+        unsigned short buf[260] = {};
+        return store->GetString(3, key, buf, 260) ? QString::fromUtf16(reinterpret_cast<const char16_t*>(buf))
+                                                  : QStringLiteral("(none)");
+    }
+
+    std::unique_ptr<StageCopy> m_stage = std::make_unique<StageCopy>();
 };
-QApplication* CAppSourcePreferences::s_app = nullptr;
 
 } // namespace
 
@@ -112,7 +80,7 @@ TEST_F(CAppSourcePreferences, EveryFieldAndWidgetStateRoundTrips)
     CPropAppPreferences3 rec = blankRecord();
     ASSERT_EQ(a->GetPreferences(rec.header), kFxOk);
     EXPECT_EQ(a->backupFolder(), backup.path());
-    EXPECT_STREQ(rec.getBatchRenamePreference(), kDefaultPattern);
+    EXPECT_EQ(rec.getBatchRenamePreference(), kDefaultPattern);
 
     const QString location = QStringLiteral("/media/card/DCIM/\u00e9t\u00e9");
     std::copy_n(location.utf16(), location.size() + 1, rec.location);
@@ -150,6 +118,7 @@ TEST_F(CAppSourcePreferences, EveryFieldAndWidgetStateRoundTrips)
     ASSERT_EQ(b->GetPreferences(back.header), kFxOk);
 
     CPropAppPreferences3 expected = rec;
+    expected.option1Pref = 1; // a flag: any non-zero value comes back as 1
     expected.backgroundColor = 0xFFD2D2D2; // no backdrop setting: the fresh record's grey
     expected.textColor = 0xFF000000;
     EXPECT_EQ(std::memcmp(&expected, &back, sizeof back), 0) << "every field comes back";
@@ -172,13 +141,72 @@ TEST_F(CAppSourcePreferences, EveryFieldAndWidgetStateRoundTrips)
     FakeWidget* dng = panelB.widget(SKIFF_WIDGET_DNG_CHECKBOX);
     ASSERT_FALSE(dng->checkedHistory.empty());
     EXPECT_TRUE(dng->checkedHistory.front()) << "the stored choice is read";
-    if (!b->conversionEntry()) {
-        EXPECT_FALSE(dng->checked) << "without a converter the box is cleared";
-        EXPECT_FALSE(dng->enabled);
-        EXPECT_EQ(dng->text, QStringLiteral("DNG Converter missing or corrupt"));
-        EXPECT_FALSE(panelB.widget(SKIFF_WIDGET_SETTINGS_BUTTON)->enabled);
-    }
     b->Release();
+}
+
+// The same stored choice with the raw-conversion library absent from the
+// installation and present in it.
+TEST_F(CAppSourcePreferences, ConverterPresenceDecidesTheDNGBox)
+{
+    const struct {
+        StageCopy::Converter converter;
+        bool checked;
+        bool enabled;
+        const char* text;
+    } rows[] = {
+        {StageCopy::Converter::Absent, false, false, "DNG Converter missing or corrupt"},
+        {StageCopy::Converter::Present, true, true, ""},
+    };
+    for (const auto& row : rows) {
+        m_stage.reset();
+        m_stage = std::make_unique<StageCopy>(row.converter);
+        ASSERT_TRUE(m_stage->isValid());
+        CAppSource* writer = newSource();
+        ASSERT_NE(writer->getIPtPreferences(), nullptr);
+        ASSERT_TRUE(writer->getIPtPreferences()->SetString(3, "ConvertToDNG", u(QStringLiteral("1"))));
+        writer->Release();
+
+        FakeUIHandler panel(allPanelWidgets());
+        CAppSource* source = newSource(&panel);
+        EXPECT_EQ(source->conversionEntry() != nullptr, row.converter == StageCopy::Converter::Present);
+        CPropAppPreferences3 rec = blankRecord();
+        ASSERT_EQ(source->GetPreferences(rec.header), kFxOk);
+        FakeWidget* dng = panel.widget(SKIFF_WIDGET_DNG_CHECKBOX);
+        EXPECT_EQ(dng->checked, row.checked) << row.text;
+        EXPECT_EQ(dng->enabled, row.enabled) << row.text;
+        EXPECT_EQ(dng->text, QString::fromUtf8(row.text));
+        EXPECT_EQ(panel.widget(SKIFF_WIDGET_SETTINGS_BUTTON)->enabled, row.enabled) << row.text;
+        source->Release();
+    }
+}
+
+TEST_F(CAppSourcePreferences, OptionFlagsAreTrueWhenNonZero)
+{
+    const struct {
+        const char* stored;
+        std::uint8_t read;
+    } rows[] = {{"0", 0}, {"1", 1}, {"2", 1}, {"256", 1}, {"-1", 1}, {"x", 0}};
+    for (const auto& row : rows) {
+        CAppSource* source = newSource();
+        IPtPreferences* store = source->getIPtPreferences();
+        ASSERT_NE(store, nullptr);
+        for (const char* key : {"Option1Pref", "Option2Pref", "Option3Pref"})
+            ASSERT_TRUE(store->SetString(3, key, u(QString::fromLatin1(row.stored))));
+        CPropAppPreferences3 rec = blankRecord();
+        ASSERT_EQ(source->GetPreferences(rec.header), kFxOk);
+        EXPECT_EQ(rec.option1Pref, row.read) << row.stored;
+        EXPECT_EQ(rec.option2Pref, row.read) << row.stored;
+        EXPECT_EQ(rec.option3Pref, row.read) << row.stored;
+
+        rec.option1Pref = 2;
+        rec.option2Pref = 0;
+        rec.option3Pref = 255;
+        ASSERT_EQ(source->SetPreferences(rec.header), kFxOk);
+        EXPECT_EQ(stored(store, "Option1Pref"), QStringLiteral("1"));
+        EXPECT_EQ(stored(store, "Option2Pref"), QStringLiteral("0"));
+        EXPECT_EQ(stored(store, "Option3Pref"), QStringLiteral("1"));
+        source->Release();
+    }
 }
 
 TEST_F(CAppSourcePreferences, StoreWithoutDomain3GivesTheDefaults)
@@ -202,7 +230,7 @@ TEST_F(CAppSourcePreferences, StoreWithoutDomain3GivesTheDefaults)
 
     EXPECT_EQ(rec.createSubfoldersComboIndex, 3);
     EXPECT_EQ(rec.renameFilesComboIndex, 0);
-    EXPECT_STREQ(rec.getBatchRenamePreference(), kDefaultPattern);
+    EXPECT_EQ(rec.getBatchRenamePreference(), kDefaultPattern);
     EXPECT_EQ(rec.applyMetadataGroupOpen, 1);
     EXPECT_EQ(rec.customGroupOpen, 1);
     EXPECT_EQ(rec.renameSequenceNumber, 1);
@@ -232,7 +260,9 @@ TEST_F(CAppSourcePreferences, ShippedDefaultsAgreeWithTheBuiltInOnes)
     ASSERT_EQ(fresh->GetPreferences(shipped.header), kFxOk);
     fresh->Release();
 
-    QDir::setCurrent(m_tmp.path()); // no module here: the built-in defaults
+    // No module next to this folder: the built-in defaults.
+    ASSERT_TRUE(QDir().mkpath(m_stage->path(QStringLiteral("elsewhere/bin"))));
+    ASSERT_TRUE(QDir::setCurrent(m_stage->path(QStringLiteral("elsewhere/bin"))));
     CAppSource* builtIn = newSource();
     EXPECT_EQ(builtIn->getIPtPreferences(), nullptr);
     CPropAppPreferences3 defaults = blankRecord();
@@ -242,6 +272,11 @@ TEST_F(CAppSourcePreferences, ShippedDefaultsAgreeWithTheBuiltInOnes)
     EXPECT_FALSE(QFileInfo::exists(userFolder()));
 
     defaults.textColor = shipped.textColor; // the shipped path follows the backdrop
+    // The option flags are read as flags: the shipped "1" reads as 1, while
+    // a record built without a store keeps the fresh record's 2.
+    EXPECT_EQ(shipped.option1Pref, 1);
+    EXPECT_EQ(defaults.option1Pref, 2);
+    defaults.option1Pref = shipped.option1Pref;
     EXPECT_EQ(std::memcmp(&shipped, &defaults, sizeof shipped), 0);
 }
 
@@ -306,11 +341,11 @@ TEST_F(CAppSourcePreferences, StoredValuesFollowTheReadingRules)
     CAppSource* reader = newSource();
     CPropAppPreferences3 rec = blankRecord();
     ASSERT_EQ(reader->GetPreferences(rec.header), kFxOk);
-    EXPECT_STREQ(rec.getBatchRenamePreference(), kDefaultPattern) << "size 0 means the default pattern";
+    EXPECT_EQ(rec.getBatchRenamePreference(), kDefaultPattern) << "size 0 means the default pattern";
     EXPECT_EQ(rec.renameSequenceNumber, 1) << "an unreadable sequence number is 1";
     EXPECT_EQ(rec.preserveOriginalFilename, 0);
-    EXPECT_STREQ(rec.getApplyMetadataAuthorName(), "Bo");
-    EXPECT_STREQ(rec.getApplyMetadataCopyright(), "") << "a text longer than its size is not read";
+    EXPECT_EQ(rec.getApplyMetadataAuthorName(), "Bo");
+    EXPECT_EQ(rec.getApplyMetadataCopyright(), "") << "a text longer than its size is not read";
     EXPECT_EQ(rec.quickViewerMode, 4) << "decimal digits up to the first other character";
     reader->Release();
 }

@@ -5,6 +5,7 @@
 #include <QString>
 
 #include <map>
+#include <ostream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -56,3 +57,9 @@ public:
 
 // Every object name of the panel.
 std::vector<std::string> allPanelWidgets();
+
+// Shows texts as text in test failures.
+inline void PrintTo(const QString& text, std::ostream* out)
+{
+    *out << '"' << text.toStdString() << '"';
+}

@@ -7,8 +7,12 @@
 #include <QVariant>
 
 // The preference `key` of the application `appId`: the top-level key of the
-// INI file $XDG_CONFIG_HOME/<appId>.conf (default ~/.config). An invalid
-// QVariant when the file or the key is missing.
+// INI file $XDG_CONFIG_HOME/<appId>.conf (default ~/.config), before any
+// section or under [General]. The value is a text: everything after the
+// first "=" of the key's first line, as it stands ("de,fr" and "fr;x" stay
+// whole, blanks are kept), or the text between the quotes when the value is
+// written in double quotes. An invalid QVariant when the file or the key is
+// missing.
 QVariant PtCopyAppValue(const QString& key, const QString& appId);
 
 // The user's pictures folder.

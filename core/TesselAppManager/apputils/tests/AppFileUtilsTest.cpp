@@ -79,15 +79,30 @@ TEST(generateUniqueFileName, PicksTheFirstFreeCandidate)
     }
 }
 
-TEST(generateUniqueFileName, LongNamesKeepTheirExtensionInTheStem)
+TEST(generateUniqueFileName, LongNamesKeepTheirExtensionInTheStemFrom254On)
 {
-    // stem + extension + number reach 254: the whole base stays in front of
-    // the number, so the name outgrows what the file system allows.
-    QTemporaryDir dir;
-    const QString base = QString(250, QLatin1Char('x')) + QStringLiteral(".jpg");
-    QString out;
-    EXPECT_FALSE(generateUniqueFileName(dir.path(), base, out, 1, true));
-    EXPECT_EQ(out, base + QStringLiteral("-1.jpg"));
+    // Below 254 units of stem, extension and number the usual form; from 254
+    // on the whole base stays in front of the number, so the name outgrows
+    // what the file system allows and no name is found.
+    const struct {
+        int stem;
+        unsigned start;
+        bool found;
+        const char* tail;
+    } rows[] = {
+        {248, 1, true, "-1.jpg"},      // 248 + 4 + 1 = 253
+        {249, 1, false, ".jpg-1.jpg"}, // 254
+        {247, 10, true, "-10.jpg"},    // 253
+        {248, 10, false, ".jpg-10.jpg"}, // 254
+    };
+    for (const auto& row : rows) {
+        QTemporaryDir dir;
+        const QString stem(row.stem, QLatin1Char('x'));
+        QString out;
+        EXPECT_EQ(generateUniqueFileName(dir.path(), stem + QStringLiteral(".jpg"), out, row.start, true), row.found)
+            << row.stem;
+        EXPECT_EQ(out, stem + QLatin1String(row.tail)) << row.stem;
+    }
 }
 
 TEST(generateUniqueFileName, GivesUpAfterTenThousandTakenCandidates)
@@ -212,6 +227,29 @@ TEST(unLockFile, GivesTheOwnerWriteAndLeavesFoldersAlone)
     unLockFile(dir.filePath(QStringLiteral("missing")));
 }
 
+TEST(unLockFile, PathsAreCutTo255Bytes)
+{
+    // The path reaches the file system through a 256-byte buffer: a longer
+    // path names the file its first 255 bytes name, here a shorter sibling.
+    QTemporaryDir dir;
+    const QString folder = dir.filePath(QString(100, QLatin1Char('d')));
+    ASSERT_TRUE(QDir().mkpath(folder));
+    const QString prefix = folder + QLatin1Char('/');
+    const int room = 255 - int(QFile::encodeName(prefix).size());
+    ASSERT_GT(room, 10);
+    const QString cut = prefix + QString(room, QLatin1Char('n'));
+    const QString shorter = prefix + QString(room - 1, QLatin1Char('n'));
+    const QString full = prefix + QString(room + 20, QLatin1Char('n'));
+    for (const QString& path : {cut, shorter, full}) {
+        ASSERT_TRUE(touch(path));
+        ASSERT_EQ(::chmod(QFile::encodeName(path).constData(), 0444), 0);
+    }
+    unLockFile(full);
+    EXPECT_EQ(modeOf(cut), mode_t(0644)) << "the file the first 255 bytes name";
+    EXPECT_EQ(modeOf(full), mode_t(0444));
+    EXPECT_EQ(modeOf(shorter), mode_t(0444));
+}
+
 TEST(isFolderWritable, FollowsTheWritePermission)
 {
     QTemporaryDir dir;
@@ -222,6 +260,39 @@ TEST(isFolderWritable, FollowsTheWritePermission)
         EXPECT_FALSE(isFolderWritable(dir.path()));
         ::chmod(QFile::encodeName(dir.path()).constData(), 0755);
     }
+}
+
+TEST(StandardFolders, AreCutTo256BytesAtACharacterBoundary)
+{
+    const QByteArray savedData = qgetenv("XDG_DATA_HOME");
+    const QByteArray savedConfig = qgetenv("XDG_CONFIG_HOME");
+    QTemporaryDir config;
+    qputenv("XDG_CONFIG_HOME", QFile::encodeName(config.path()));
+    const QString ae = QStringLiteral("\u00e4"); // two bytes in UTF-8
+    const struct {
+        QString folder;
+        QString expected;
+    } rows[] = {
+        {QStringLiteral("/") + QString(255, QLatin1Char('p')), QStringLiteral("/") + QString(255, QLatin1Char('p'))},
+        {QStringLiteral("/") + QString(256, QLatin1Char('p')), QStringLiteral("/") + QString(255, QLatin1Char('p'))},
+        {QStringLiteral("/") + QString(253, QLatin1Char('p')) + ae, QStringLiteral("/") + QString(253, QLatin1Char('p')) + ae},
+        {QStringLiteral("/") + QString(254, QLatin1Char('p')) + ae, QStringLiteral("/") + QString(254, QLatin1Char('p'))},
+    };
+    for (const auto& row : rows) {
+        qputenv("XDG_DATA_HOME", QFile::encodeName(row.folder));
+        EXPECT_TRUE(getApplicationDataFolderPath() == row.expected) << row.folder.size();
+        QFile dirs(config.filePath(QStringLiteral("user-dirs.dirs")));
+        ASSERT_TRUE(dirs.open(QIODevice::WriteOnly));
+        dirs.write("XDG_PICTURES_DIR=\"" + row.folder.toUtf8() + "\"\n");
+        dirs.close();
+        EXPECT_TRUE(getMyPicturesPath() == row.expected) << row.folder.size();
+    }
+    qputenv("XDG_DATA_HOME", savedData);
+    qputenv("XDG_CONFIG_HOME", savedConfig);
+    if (savedData.isNull())
+        qunsetenv("XDG_DATA_HOME");
+    if (savedConfig.isNull())
+        qunsetenv("XDG_CONFIG_HOME");
 }
 
 TEST(getApplicationDataFolderPath, ReadsTheEnvironmentWhenAsked)
@@ -278,6 +349,10 @@ TEST_F(fitPath, ShortensStepByStep)
         EXPECT_EQ(out, form);
     }
     QString out;
+    // "Fits" means narrower than the width less 2 pixels: a text exactly as
+    // wide as that is shortened.
+    const QRect exact(0, 0, m_metrics.horizontalAdvance(path) + 2, 20);
+    EXPECT_EQ(::fitPath(path, out, m_metrics, exact), forms[1]);
     EXPECT_EQ(::fitPath(QStringLiteral("C:\\photos\\a.jpg"), out, m_metrics, QRect(0, 0, 1000, 20)),
               QStringLiteral("C:/photos/a.jpg"));
 }

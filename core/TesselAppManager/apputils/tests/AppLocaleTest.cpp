@@ -95,3 +95,25 @@ TEST_F(AppLocaleEnv, NoSettingLeavesTheBufferAlone)
     EXPECT_EQ(chosen(&found), "untouched");
     EXPECT_FALSE(found);
 }
+
+TEST_F(AppLocaleEnv, HostLanguageIsReadAsTheRawText)
+{
+    const std::pair<QByteArray, QString> rows[] = {
+        {"Language=de,fr\n", "de,fr"},
+        {"Language=fr;x\n", "fr;x"},
+        {"Language=\"de,fr\"\n", "de,fr"},
+        {"Language=  DE \r\n", "de_de"},
+        {"Language = ja\n", "ja_jp"},
+        {"Language=fr # not a comment\n", "fr # not a comment"},
+        {"; Language=ja\n# Language=ja\nLanguage=de\n", "de_de"},
+        {"[General]\nLanguage=fr\n", "fr_fr"},
+        {"[Other]\nLanguage=ja\n", "untouched"},
+        {"Languages=ja\nlanguage=ja\n", "untouched"},
+        {"Language=\"\n", "\""},
+    };
+    for (const auto& [file, locale] : rows) {
+        setHostLanguage("unused");
+        write("config/com.corvane.skiff.conf", file);
+        EXPECT_EQ(chosen(), locale) << file.constData();
+    }
+}
