@@ -325,6 +325,10 @@ bool RawSource::describeMosaic()
                 value += color.cblack[6 + (r % cbRows) * cbCols + (c % cbCols)];
             levels.black.push_back(float(value));
         }
+    if (std::all_of(levels.black.begin(), levels.black.end(), [&](float b) { return b == levels.black[0]; })) {
+        levels.black.resize(1);
+        levels.blackRows = levels.blackCols = 1;
+    }
     levels.white = color.maximum > 0 ? color.maximum : 65535;
 
     m_layout = std::move(layout);
