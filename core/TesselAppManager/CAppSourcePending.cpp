@@ -44,18 +44,6 @@ long CAppSource::handleUIEvent(const char*)
     return 0;
 }
 
-FxResult CAppSource::DoPreProcessing(CPropSinkMediaItem*, FxMessageCallback, FxMessageCallback, FxMessageCallback,
-                                     FxCancelCallback, IDisplayMsgHandler*)
-{
-    return kFxErrNotImplemented;
-}
-
-FxResult CAppSource::DoPostProcessing(CPropSinkMediaItem*, FxMessageCallback, FxMessageCallback, FxMessageCallback,
-                                      FxCancelCallback, IDisplayMsgHandler*)
-{
-    return kFxErrNotImplemented;
-}
-
 FxResult CAppSource::InvokeHostApp(void*, unsigned int, FxChar*)
 {
     return kFxErrNotImplemented;
