@@ -1,5 +1,6 @@
 #include "LosslessJpeg.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstdlib>
 
@@ -120,46 +121,68 @@ private:
 };
 
 // Entropy-coded bits, most significant first, with a zero byte stuffed after
-// every 0xFF so that the data never looks like a marker.
+// every 0xFF so that the data never looks like a marker. Writes into a buffer
+// the caller sized for the worst case: eight bytes per put.
 class BitWriter {
 public:
-    explicit BitWriter(std::vector<std::uint8_t>& out) : m_out(out) {}
+    explicit BitWriter(std::uint8_t* out) : m_begin(out), m_out(out) {}
 
     void put(std::uint32_t bits, int count)
     {
         m_acc = (m_acc << count) | bits;
         m_count += count;
-        while (m_count >= 8) {
-            m_count -= 8;
-            const auto b = std::uint8_t(m_acc >> m_count);
-            m_out.push_back(b);
-            if (b == 0xFF)
-                m_out.push_back(0);
-        }
+        if (m_count < 32)
+            return;
+        m_count -= 32;
+        const auto word = std::uint32_t(m_acc >> m_count);
+        m_out[0] = std::uint8_t(word >> 24);
+        m_out[1] = std::uint8_t(word >> 16);
+        m_out[2] = std::uint8_t(word >> 8);
+        m_out[3] = std::uint8_t(word);
+        // Four bytes at once unless one of them is 0xFF.
+        const std::uint32_t inverted = ~word;
+        if (((inverted - 0x01010101u) & ~inverted & 0x80808080u) == 0)
+            m_out += 4;
+        else
+            stuff(word);
     }
 
-    // Pads the last byte with one bits.
-    void finish()
+    // Pads the last byte with one bits; returns the number of bytes written.
+    std::size_t finish()
     {
-        if (m_count > 0)
-            put((1u << (8 - m_count)) - 1, 8 - m_count);
+        if (m_count % 8)
+            put((1u << (8 - m_count % 8)) - 1, 8 - m_count % 8);
+        while (m_count >= 8) {
+            m_count -= 8;
+            byte(std::uint8_t(m_acc >> m_count));
+        }
+        return std::size_t(m_out - m_begin);
     }
 
 private:
-    std::vector<std::uint8_t>& m_out;
+    __attribute__((noinline)) void stuff(std::uint32_t word)
+    {
+        for (int shift = 24; shift >= 0; shift -= 8)
+            byte(std::uint8_t(word >> shift));
+    }
+
+    void byte(std::uint8_t b)
+    {
+        *m_out++ = b;
+        if (b == 0xFF)
+            *m_out++ = 0;
+    }
+
+    std::uint8_t* m_begin;
+    std::uint8_t* m_out;
     std::uint64_t m_acc = 0;
     int m_count = 0;
 };
 
 int category(int diff)
 {
-    unsigned magnitude = unsigned(std::abs(diff));
-    int s = 0;
-    while (magnitude) {
-        ++s;
-        magnitude >>= 1;
-    }
-    return s;
+    const unsigned magnitude = unsigned(std::abs(diff));
+    return magnitude ? 32 - __builtin_clz(magnitude) : 0;
 }
 
 } // namespace
@@ -172,45 +195,46 @@ unsigned bitsFor(unsigned maxValue, unsigned floor)
     return bits < floor ? floor : bits;
 }
 
-std::vector<std::uint8_t> encodeLosslessJpeg(const std::uint16_t* samples, unsigned width, unsigned height,
-                                             unsigned components, unsigned precision)
+namespace {
+
+// The encoder for a fixed number of components, so that the per-sample loops
+// unroll.
+template <unsigned components>
+std::vector<std::uint8_t> encode(const std::uint16_t* samples, unsigned width, unsigned height, unsigned precision)
 {
     std::vector<std::uint8_t> out;
-    if (!samples || width == 0 || height == 0 || width > 65535 || height > 65535 || components == 0 ||
-        components > 4 || precision < 2 || precision > 16)
-        return out;
 
     const std::size_t rowSamples = std::size_t(width) * components;
     const std::size_t count = rowSamples * height;
-    std::vector<std::int16_t> diffs(count);
-    std::vector<std::uint8_t> categories(count);
-    std::uint32_t frequency[4][kSymbols] = {};
     const int initial = 1 << (precision - 1);
 
-    for (unsigned y = 0; y < height; ++y) {
+    // Calls visit(component, difference) for every sample of row y, in order.
+    // Differences are taken modulo 2^16, as the decoder adds them.
+    auto forEachDifference = [&](unsigned y, auto&& visit) {
         const std::uint16_t* row = samples + y * rowSamples;
         const std::uint16_t* above = y ? row - rowSamples : nullptr;
-        for (std::size_t i = 0; i < rowSamples; ++i) {
-            const unsigned c = unsigned(i % components);
-            int predictor;
-            if (i >= components)
-                predictor = row[i - components];
-            else
-                predictor = above ? above[i] : initial;
-            // Differences are taken modulo 2^16, as the decoder adds them.
-            const auto diff = std::int16_t(std::uint16_t(row[i] - predictor));
-            const int s = category(diff);
-            diffs[y * rowSamples + i] = diff;
-            categories[y * rowSamples + i] = std::uint8_t(s);
-            ++frequency[c][s];
-        }
-    }
+        for (unsigned c = 0; c < components; ++c)
+            visit(c, std::int16_t(std::uint16_t(row[c] - (above ? above[c] : initial))));
+        for (std::size_t i = components; i < rowSamples; i += components)
+            for (unsigned c = 0; c < components; ++c)
+                visit(c, std::int16_t(std::uint16_t(row[i + c] - row[i + c - components])));
+    };
+
+    // The tables come from every eighth row, which codes almost as well as
+    // all rows at a fraction of the cost. Every category keeps a count of at least one,
+    // so that a difference met only outside the sample still has a code.
+    std::uint32_t frequency[4][kSymbols] = {};
+    const unsigned step = height >= 32 ? 8 : 1;
+    for (unsigned y = 0; y < height; y += step)
+        forEachDifference(y, [&](unsigned c, int diff) { ++frequency[c][category(diff)]; });
+    for (unsigned c = 0; c < components; ++c)
+        for (auto& f : frequency[c])
+            ++f;
 
     HuffmanTable tables[4];
     for (unsigned c = 0; c < components; ++c)
         tables[c] = buildTable(frequency[c]);
 
-    out.reserve(count + 512);
     ByteSink sink(out);
     sink.word(0xFFD8);
     sink.word(0xFFC3); // lossless, Huffman
@@ -244,24 +268,64 @@ std::vector<std::uint8_t> encodeLosslessJpeg(const std::uint16_t* samples, unsig
     sink.byte(0);
     sink.byte(0);
 
-    BitWriter bits(out);
-    for (std::size_t i = 0; i < count; ++i) {
-        const HuffmanTable& table = tables[i % components];
-        const int s = categories[i];
-        std::uint32_t word = table.code[s];
-        int length = table.size[s];
+    // The whole code of every small difference, looked up instead of built
+    // per sample.
+    constexpr int kLookup = 255;
+    struct Code {
+        std::uint32_t word;
+        std::uint32_t length;
+    };
+    auto codeFor = [&](unsigned c, int diff) {
+        const HuffmanTable& table = tables[c];
+        const int s = category(diff);
+        Code code{table.code[s], table.size[s]};
         // Category 16 (a difference of -32768) carries no extra bits.
         if (s > 0 && s < 16) {
-            const int diff = diffs[i];
-            const std::uint32_t extra = std::uint32_t(diff < 0 ? diff - 1 : diff) & ((1u << s) - 1);
-            word = (word << s) | extra;
-            length += s;
+            code.word = (code.word << s) | (std::uint32_t(diff < 0 ? diff - 1 : diff) & ((1u << s) - 1));
+            code.length += unsigned(s);
         }
-        bits.put(word, length);
-    }
-    bits.finish();
+        return code;
+    };
+    std::vector<Code> lookup(components * (2 * kLookup + 1));
+    for (unsigned c = 0; c < components; ++c)
+        for (int diff = -kLookup; diff <= kLookup; ++diff)
+            lookup[c * (2 * kLookup + 1) + unsigned(diff + kLookup)] = codeFor(c, diff);
+
+    thread_local std::vector<std::uint8_t> scratch;
+    scratch.resize(std::max(scratch.size(), count * 8 + 16));
+    BitWriter bits(scratch.data());
+    for (unsigned y = 0; y < height; ++y)
+        forEachDifference(y, [&](unsigned c, int diff) {
+            const Code code = diff >= -kLookup && diff <= kLookup
+                                  ? lookup[c * (2 * kLookup + 1) + unsigned(diff + kLookup)]
+                                  : codeFor(c, diff);
+            bits.put(code.word, int(code.length));
+        });
+    const std::size_t written = bits.finish();
+    out.insert(out.end(), scratch.data(), scratch.data() + written);
     sink.word(0xFFD9);
     return out;
+}
+
+} // namespace
+
+std::vector<std::uint8_t> encodeLosslessJpeg(const std::uint16_t* samples, unsigned width, unsigned height,
+                                             unsigned components, unsigned precision)
+{
+    if (!samples || width == 0 || height == 0 || width > 65535 || height > 65535 || precision < 2 || precision > 16)
+        return {};
+    switch (components) {
+    case 1:
+        return encode<1>(samples, width, height, precision);
+    case 2:
+        return encode<2>(samples, width, height, precision);
+    case 3:
+        return encode<3>(samples, width, height, precision);
+    case 4:
+        return encode<4>(samples, width, height, precision);
+    default:
+        return {};
+    }
 }
 
 } // namespace lumen

@@ -2,9 +2,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cerrno>
 #include <cstring>
 #include <ctime>
-#include <fstream>
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <libraw/libraw.h>
 
@@ -144,28 +149,34 @@ RawSource::~RawSource()
 {
     // LibRaw reads through the stream until it is recycled.
     m_raw.reset();
+    m_stream.reset();
+    if (m_mapped)
+        ::munmap(m_mapped, m_size);
 }
 
 bool RawSource::load(const std::string& path, std::string& error)
 {
-    std::ifstream in(path, std::ios::binary | std::ios::ate);
-    if (!in) {
-        error = "cannot open " + path;
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        error = "cannot open " + path + ": " + std::strerror(errno);
         return false;
     }
-    const std::streamoff size = in.tellg();
-    if (size <= 0) {
-        error = "empty file: " + path;
+    struct stat info {};
+    if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode) || info.st_size <= 0) {
+        ::close(fd);
+        error = "not a readable file with content: " + path;
         return false;
     }
-    m_owned.resize(std::size_t(size));
-    in.seekg(0);
-    if (!in.read(reinterpret_cast<char*>(m_owned.data()), size)) {
-        error = "cannot read " + path;
+    // Mapped, not read: the decoder and the embedded copy share the pages.
+    void* mapped = ::mmap(nullptr, std::size_t(info.st_size), PROT_READ, MAP_PRIVATE, fd, 0);
+    ::close(fd);
+    if (mapped == MAP_FAILED) {
+        error = "cannot map " + path + ": " + std::strerror(errno);
         return false;
     }
-    m_data = m_owned.data();
-    m_size = m_owned.size();
+    m_mapped = mapped;
+    m_data = static_cast<const std::uint8_t*>(mapped);
+    m_size = std::size_t(info.st_size);
     return decode(error);
 }
 

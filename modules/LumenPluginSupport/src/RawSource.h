@@ -23,7 +23,7 @@ public:
     RawSource(const RawSource&) = delete;
     RawSource& operator=(const RawSource&) = delete;
 
-    // Reads and unpacks the file. False, with a reason in `error`, when the
+    // Maps and unpacks the file. False, with a reason in `error`, when the
     // file cannot be read, is no raw file LibRaw knows, or is shorter than
     // the image it claims (a stripped or truncated file: the decoder had to
     // read past its end).
@@ -60,7 +60,7 @@ private:
 
     std::unique_ptr<LibRaw> m_raw;
     std::unique_ptr<GuardedStream> m_stream;
-    std::vector<std::uint8_t> m_owned;
+    void* m_mapped = nullptr;
     const std::uint8_t* m_data = nullptr;
     std::size_t m_size = 0;
     CameraInfo m_camera;
