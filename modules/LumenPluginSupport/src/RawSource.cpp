@@ -13,64 +13,9 @@
 
 #include <libraw/libraw.h>
 
+#include "GuardedStream.h"
+
 namespace lumen {
-
-// A memory stream that notices reads beyond the end of the file. LibRaw's
-// decoders read zeros there and report success, so this is how a stripped or
-// truncated file is told from a whole one: its decoder either seeks past the
-// end and reads there, or reads on past the end by more than a bit reader's
-// look-ahead.
-class GuardedStream : public LibRaw_buffer_datastream {
-public:
-    GuardedStream(const std::uint8_t* data, std::size_t size)
-        : LibRaw_buffer_datastream(const_cast<std::uint8_t*>(data), size)
-    {
-    }
-
-    int read(void* ptr, size_t size, size_t count) override
-    {
-        const INT64 wanted = INT64(size) * INT64(count);
-        const INT64 left = this->size() - tell();
-        if (m_beyondEnd && wanted > 0)
-            m_readBeyondEnd = true;
-        else if (wanted > left)
-            m_pastEnd += wanted - (left > 0 ? left : 0);
-        return LibRaw_buffer_datastream::read(ptr, size, count);
-    }
-
-    int get_char() override
-    {
-        if (m_beyondEnd)
-            m_readBeyondEnd = true;
-        else if (tell() >= size())
-            ++m_pastEnd;
-        return LibRaw_buffer_datastream::get_char();
-    }
-
-    // The buffer stream stops at the end; remember when the decoder wanted
-    // to go further.
-    int seek(INT64 offset, int whence) override
-    {
-        const INT64 target = whence == SEEK_SET ? offset : whence == SEEK_CUR ? tell() + offset : size() + offset;
-        m_beyondEnd = target > size();
-        return LibRaw_buffer_datastream::seek(offset, whence);
-    }
-
-    void reset()
-    {
-        m_pastEnd = 0;
-        m_beyondEnd = m_readBeyondEnd = false;
-        m_dataErrors = 0;
-    }
-    bool overran(INT64 slack) const { return m_readBeyondEnd || m_pastEnd > slack || m_dataErrors > 0; }
-    void countDataError() { ++m_dataErrors; }
-
-private:
-    INT64 m_pastEnd = 0;
-    bool m_beyondEnd = false;
-    bool m_readBeyondEnd = false;
-    int m_dataErrors = 0;
-};
 
 namespace {
 

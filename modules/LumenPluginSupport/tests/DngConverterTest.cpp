@@ -102,16 +102,6 @@ TEST(DngConverter, MosaicComesBackBitExact)
     }
 }
 
-TEST(DngConverter, LosslessIsSmallerThanUncompressed)
-{
-    ScratchFolder dir;
-    const SyntheticRaw raw = makeSyntheticRaw(1024, 768, 12, 7);
-    ASSERT_TRUE(writeSyntheticDng(raw, dir / "source.dng"));
-    ASSERT_TRUE(lumen::convertToDng(dir / "source.dng", dir / "l.dng", options(true)));
-    ASSERT_TRUE(lumen::convertToDng(dir / "source.dng", dir / "u.dng", options(false)));
-    EXPECT_LT(readFile(dir / "l.dng").size() * 10, readFile(dir / "u.dng").size() * 6);
-}
-
 TEST(DngConverter, LinearMatchesLibRawsOwnRendering)
 {
     ScratchFolder dir;
