@@ -2,8 +2,8 @@
 
 namespace lumen {
 
-GuardedStream::GuardedStream(const std::uint8_t* data, std::size_t size)
-    : LibRaw_buffer_datastream(const_cast<std::uint8_t*>(data), size)
+GuardedStream::GuardedStream(const std::uint8_t* data, std::size_t size, LibRaw& decoder)
+    : LibRaw_buffer_datastream(const_cast<std::uint8_t*>(data), size), m_decoder(decoder)
 {
 }
 
@@ -15,6 +15,7 @@ int GuardedStream::read(void* ptr, size_t size, size_t count)
         m_readBeyondEnd = true;
     else if (wanted > left)
         m_pastEnd += wanted - (left > 0 ? left : 0);
+    stopIfOverran();
     return LibRaw_buffer_datastream::read(ptr, size, count);
 }
 
@@ -24,6 +25,7 @@ int GuardedStream::get_char()
         m_readBeyondEnd = true;
     else if (tell() >= size())
         ++m_pastEnd;
+    stopIfOverran();
     return LibRaw_buffer_datastream::get_char();
 }
 
@@ -36,11 +38,26 @@ int GuardedStream::seek(INT64 offset, int whence)
     return LibRaw_buffer_datastream::seek(offset, whence);
 }
 
-void GuardedStream::reset()
+void GuardedStream::arm()
 {
+    m_armed = true;
     m_pastEnd = 0;
     m_beyondEnd = m_readBeyondEnd = false;
     m_dataErrors = 0;
+    m_decoder.clearCancelFlag();
+}
+
+void GuardedStream::countDataError()
+{
+    ++m_dataErrors;
+    stopIfOverran();
+}
+
+// LibRaw's decoders look at the cancel flag row by row.
+void GuardedStream::stopIfOverran()
+{
+    if (m_armed && overran())
+        m_decoder.setCancelFlag();
 }
 
 } // namespace lumen

@@ -19,10 +19,6 @@ namespace lumen {
 
 namespace {
 
-// Bit readers fetch a few bytes ahead of what they decode; more than this
-// means image data is missing.
-constexpr INT64 kReadAheadSlack = 64;
-
 std::uint16_t tiffOrientation(int flip)
 {
     switch (flip) {
@@ -138,7 +134,7 @@ bool RawSource::decode(std::string& error)
         error = "empty file";
         return false;
     }
-    m_stream = std::make_unique<GuardedStream>(m_data, m_size);
+    m_stream = std::make_unique<GuardedStream>(m_data, m_size, *m_raw);
     m_raw->set_dataerror_handler(onDataError, m_stream.get());
     int rc = m_raw->open_datastream(m_stream.get());
     if (rc != LIBRAW_SUCCESS) {
@@ -150,14 +146,21 @@ bool RawSource::decode(std::string& error)
         error = "the file holds no image";
         return false;
     }
-    m_stream->reset();
-    rc = m_raw->unpack();
-    if (rc != LIBRAW_SUCCESS) {
-        error = std::string("cannot decode the image: ") + libraw_strerror(rc);
+    // No raw coding gets below a bit per pixel on real sensor data; half a
+    // bit is a generous floor. Below it the image data cannot be there, and
+    // decoding would only make a huge image of zeros.
+    if (std::uint64_t(m_size) * 16 < std::uint64_t(sizes.raw_width) * sizes.raw_height) {
+        error = "the file is shorter than the image it claims (stripped or truncated)";
         return false;
     }
-    if (m_stream->overran(kReadAheadSlack)) {
+    m_stream->arm();
+    rc = m_raw->unpack();
+    if (m_stream->overran()) {
         error = "the file is shorter than the image it claims (stripped or truncated)";
+        return false;
+    }
+    if (rc != LIBRAW_SUCCESS) {
+        error = std::string("cannot decode the image: ") + libraw_strerror(rc);
         return false;
     }
     describeCamera();

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <filesystem>
 
 #include "SyntheticRaw.h"
@@ -84,7 +85,42 @@ bool moveLastTile(std::vector<std::uint8_t>& file, std::uint32_t offset)
     return false;
 }
 
+// Sets the inline value of `tag` in the first IFD (a little-endian file).
+bool setInlineValue(std::vector<std::uint8_t>& file, std::uint16_t tag, std::uint32_t value)
+{
+    const std::uint32_t ifd = le32(file, 4);
+    const unsigned entries = file[ifd] | file[ifd + 1] << 8;
+    for (unsigned i = 0; i < entries; ++i) {
+        const std::size_t entry = ifd + 2 + 12 * i;
+        if ((file[entry] | file[entry + 1] << 8) != tag)
+            continue;
+        const bool isShort = (file[entry + 2] | file[entry + 3] << 8) == 3;
+        for (int k = 0; k < (isShort ? 2 : 4); ++k)
+            file[entry + 8 + k] = std::uint8_t(value >> (8 * k));
+        return true;
+    }
+    return false;
+}
+
 } // namespace
+
+// Found by the fuzzer: a kilobyte that claims 6144 x 6144 pixels decoded
+// "successfully" into a huge image of zeros and took half a minute.
+TEST(DngFailure, TinyFileClaimingAHugeImageIsRefusedAtOnce)
+{
+    ScratchFolder dir;
+    ASSERT_TRUE(writeSyntheticDng(makeSyntheticRaw(24, 24, 12, 4), dir / "source.dng"));
+    lumen::DngOptions options;
+    options.preview = lumen::PreviewSize::None;
+    ASSERT_TRUE(lumen::convertToDng(dir / "source.dng", dir / "small.dng", options));
+    std::vector<std::uint8_t> file = readFile(dir / "small.dng");
+    ASSERT_TRUE(setInlineValue(file, 256, 6144)); // ImageWidth
+    ASSERT_TRUE(setInlineValue(file, 257, 6144)); // ImageLength
+    ASSERT_TRUE(writeFile(dir / "huge.dng", file));
+    const auto start = std::chrono::steady_clock::now();
+    expectFailsCleanly(dir / "huge.dng", dir, "shorter than the image");
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+}
 
 // LibRaw decodes a tile that lies past the end as nothing and reports
 // success; the converter must not.
