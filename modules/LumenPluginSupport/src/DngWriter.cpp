@@ -108,8 +108,18 @@ bool encodeTiles(const ImageView& image, const TileGrid& grid, unsigned precisio
     auto work = [&] {
         std::vector<std::uint16_t> tile;
         for (unsigned i; !failed && (i = next++) < count;) {
-            copyTile(image, grid, i, tile);
-            auto jpeg = encodeLosslessJpeg(tile.data(), jpegWidth, grid.tileHeight, grid.components, precision);
+            const unsigned x0 = (i % grid.across) * grid.tileWidth;
+            const unsigned y0 = (i / grid.across) * grid.tileHeight;
+            std::vector<std::uint8_t> jpeg;
+            // Tiles inside the image are coded in place; only those on the
+            // right and bottom edges need a padded copy.
+            if (x0 + grid.tileWidth <= image.width && y0 + grid.tileHeight <= image.height) {
+                jpeg = encodeLosslessJpeg(image.data + y0 * image.stride + std::size_t(x0) * image.samplesPerPixel,
+                                          jpegWidth, grid.tileHeight, grid.components, precision, image.stride);
+            } else {
+                copyTile(image, grid, i, tile);
+                jpeg = encodeLosslessJpeg(tile.data(), jpegWidth, grid.tileHeight, grid.components, precision);
+            }
             if (jpeg.empty())
                 failed = true;
             std::lock_guard<std::mutex> lock(mutex);
@@ -143,17 +153,6 @@ bool encodeTiles(const ImageView& image, const TileGrid& grid, unsigned precisio
     if (!ok && error.empty())
         error = "lossless JPEG encoding failed";
     return ok;
-}
-
-unsigned maxSample(const ImageView& image)
-{
-    unsigned result = 0;
-    const std::size_t rowSamples = std::size_t(image.width) * image.samplesPerPixel;
-    for (unsigned y = 0; y < image.height; ++y) {
-        const std::uint16_t* row = image.data + y * image.stride;
-        result = std::max<unsigned>(result, *std::max_element(row, row + rowSamples));
-    }
-    return result;
 }
 
 void setCameraTags(TIFF* tif, const DngContent& c)
@@ -229,8 +228,9 @@ bool writeUncompressed(TIFF* tif, const ImageView& image, std::string& error)
 bool writeLossless(TIFF* tif, const DngContent& c, std::string& error)
 {
     const ImageView& image = c.image;
-    const unsigned precision = bitsFor(std::max(maxSample(image), c.levels.white), 8);
-    TIFFSetField(tif, TIFFTAG_BITSPERSAMPLE, precision);
+    // Sixteen bits hold any sample without a pass over the image to find the
+    // largest; the precision costs nothing in the coded size.
+    const unsigned precision = 16;
 
     TileGrid grid;
     const bool tiled = image.width >= kDngTileSize;

@@ -185,22 +185,11 @@ int category(int diff)
     return magnitude ? 32 - __builtin_clz(magnitude) : 0;
 }
 
-} // namespace
-
-unsigned bitsFor(unsigned maxValue, unsigned floor)
-{
-    unsigned bits = 0;
-    while (bits < 32 && (maxValue >> bits) != 0)
-        ++bits;
-    return bits < floor ? floor : bits;
-}
-
-namespace {
-
 // The encoder for a fixed number of components, so that the per-sample loops
 // unroll.
 template <unsigned components>
-std::vector<std::uint8_t> encode(const std::uint16_t* samples, unsigned width, unsigned height, unsigned precision)
+std::vector<std::uint8_t> encode(const std::uint16_t* samples, unsigned width, unsigned height, unsigned precision,
+                                 std::size_t stride)
 {
     std::vector<std::uint8_t> out;
 
@@ -211,8 +200,8 @@ std::vector<std::uint8_t> encode(const std::uint16_t* samples, unsigned width, u
     // Calls visit(component, difference) for every sample of row y, in order.
     // Differences are taken modulo 2^16, as the decoder adds them.
     auto forEachDifference = [&](unsigned y, auto&& visit) {
-        const std::uint16_t* row = samples + y * rowSamples;
-        const std::uint16_t* above = y ? row - rowSamples : nullptr;
+        const std::uint16_t* row = samples + y * stride;
+        const std::uint16_t* above = y ? row - stride : nullptr;
         for (unsigned c = 0; c < components; ++c)
             visit(c, std::int16_t(std::uint16_t(row[c] - (above ? above[c] : initial))));
         for (std::size_t i = components; i < rowSamples; i += components)
@@ -310,19 +299,21 @@ std::vector<std::uint8_t> encode(const std::uint16_t* samples, unsigned width, u
 } // namespace
 
 std::vector<std::uint8_t> encodeLosslessJpeg(const std::uint16_t* samples, unsigned width, unsigned height,
-                                             unsigned components, unsigned precision)
+                                             unsigned components, unsigned precision, std::size_t stride)
 {
     if (!samples || width == 0 || height == 0 || width > 65535 || height > 65535 || precision < 2 || precision > 16)
         return {};
+    if (stride == 0)
+        stride = std::size_t(width) * components;
     switch (components) {
     case 1:
-        return encode<1>(samples, width, height, precision);
+        return encode<1>(samples, width, height, precision, stride);
     case 2:
-        return encode<2>(samples, width, height, precision);
+        return encode<2>(samples, width, height, precision, stride);
     case 3:
-        return encode<3>(samples, width, height, precision);
+        return encode<3>(samples, width, height, precision, stride);
     case 4:
-        return encode<4>(samples, width, height, precision);
+        return encode<4>(samples, width, height, precision, stride);
     default:
         return {};
     }
