@@ -10,7 +10,8 @@ packages=(
   build-essential cmake pkg-config clang libclang-rt-14-dev
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   qtbase5-dev qttools5-dev qtdeclarative5-dev qml-module-qtquick2
-  libssl-dev libraw-dev libtiff-dev
+  libssl-dev libraw-dev libtiff-dev libjpeg-dev zlib1g-dev
+  libimage-exiftool-perl libraw-bin
   xvfb xauth gettext
   llvm-14
 )

@@ -17,6 +17,8 @@ CAppSource::CAppSource(const CAppInfo& info)
 
 CAppSource::~CAppSource()
 {
+    if (m_nextSink)
+        m_nextSink->Release();
     if (m_fileFormats)
         m_fileFormats->Release();
     if (m_preferences)
@@ -83,6 +85,9 @@ bool CAppSource::QueryInterface(long id, void** out)
         break;
     case kIID_ISinkProgressDialog:
         *out = static_cast<ISinkProgressDialog*>(this);
+        break;
+    case kIID_ISkiffSinkChain:
+        *out = static_cast<ISkiffSinkChain*>(&m_chain);
         break;
     default:
         *out = nullptr;

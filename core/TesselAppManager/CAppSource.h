@@ -11,6 +11,7 @@
 
 #include "CAppInfo.h"
 #include "CAppPanelWidgets.h"
+#include "CAppSourceChain.h"
 #include "LumenPlugin.h"
 
 class CMOXFileFormat;
@@ -109,6 +110,27 @@ public:
     // The backup folder for second copies, native separators; empty when none.
     const QString& backupFolder() const { return m_backupFolder; }
 
+    // Raw-to-DNG conversion of a downloaded file (DNGConversion.cpp).
+    // True when the conversion library and its entry were found.
+    bool isDNGConverterPresent() const;
+    // True when the file's extension is listed by SetKilnSupportedExtensions.
+    bool isCameraRAWFile(const QString& path) const;
+    // Calls the conversion entry with the four DNG options, in a child
+    // process so that a crashing converter cannot take the host down; false
+    // when there is no entry, it fails or the child dies.
+    bool convertToDNGThruKiln(const QString& source, const QString& target) const;
+    // Replaces the raw file at `path` (and its ".xmp" sidecar, unless
+    // deleteXMPData(true) was called) by a DNG under a free name. True when
+    // there is nothing to convert or it worked; on failure the raw file and
+    // its sidecar are back under their names. Callbacks may be null.
+    bool convertToDNG(const QString& path, FxMessageCallback status, FxMessageCallback error);
+    // Conversions that failed since construction; never reset.
+    unsigned long long dngFailureCount() const { return m_dngFailureCount; }
+
+    // The sink-chain extension: the sink that runs first, AddRef'd; null
+    // removes it.
+    FxResult setNextSink(ISkiffPostProcessing* next);
+
 private:
     ~CAppSource();
 
@@ -123,6 +145,7 @@ private:
     void editDNGOptions();
     // The browse button's folder chooser; only a writable folder is kept.
     void chooseBackupFolder();
+    bool makeBackupCopy(const CPropSinkMediaItem& item, FxMessageCallback status, FxMessageCallback error);
 
     IPtPreferences* m_preferences = nullptr;
     long long m_refCount = 0;
@@ -138,4 +161,8 @@ private:
     DNGOptions m_dngOptions;
     QString m_backupFolder;
     CMOXFileFormat* m_fileFormats = nullptr;
+    CAppSourceChain m_chain{*this};
+    ISkiffPostProcessing* m_nextSink = nullptr;
+    unsigned long long m_dngFailureCount = 0;
+    QString m_lastBackupName;
 };

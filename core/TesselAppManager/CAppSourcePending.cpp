@@ -25,18 +25,6 @@ FxResult CAppSource::HandleUIModeChange(void*, eSkiffUIMode, int&)
     return kFxErrNotImplemented;
 }
 
-FxResult CAppSource::DoPreProcessing(CPropSinkMediaItem*, FxMessageCallback, FxMessageCallback, FxMessageCallback,
-                                     FxCancelCallback, IDisplayMsgHandler*)
-{
-    return kFxErrNotImplemented;
-}
-
-FxResult CAppSource::DoPostProcessing(CPropSinkMediaItem*, FxMessageCallback, FxMessageCallback, FxMessageCallback,
-                                      FxCancelCallback, IDisplayMsgHandler*)
-{
-    return kFxErrNotImplemented;
-}
-
 FxResult CAppSource::InvokeHostApp(void*, unsigned int, FxChar*)
 {
     return kFxErrNotImplemented;

@@ -6,4 +6,5 @@
 #include "FxTypes.h"
 #include "HostInterfaces.h"
 #include "SinkInterfaces.h"
+#include "SinkChain.h" // Tessel's own extension
 #include "SourceInterfaces.h"

@@ -1,0 +1,16 @@
+# Fails unless the converter's two entries are the module's only defined
+# dynamic symbols.
+execute_process(COMMAND nm -D --defined-only ${MODULE} OUTPUT_VARIABLE out RESULT_VARIABLE rc)
+if(NOT rc EQUAL 0)
+  message(FATAL_ERROR "nm failed on ${MODULE}")
+endif()
+string(REGEX MATCHALL "[^\n]+" lines "${out}")
+set(names)
+foreach(line ${lines})
+  string(REGEX REPLACE "^.* " "" name "${line}")
+  list(APPEND names ${name})
+endforeach()
+list(SORT names)
+if(NOT names STREQUAL "LumenPlugin_CanConvertToDNG;LumenPlugin_ConvertToDNG")
+  message(FATAL_ERROR "exported symbols of ${MODULE}: ${names}")
+endif()
