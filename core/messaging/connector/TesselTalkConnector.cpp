@@ -155,6 +155,11 @@ SoString TesselTalkConnector::getGroupSubdomainName(const SoString& spec) const
 
 void TesselTalkConnector::loadLocked() const
 {
+    // Callers walk the records by index while others register: records
+    // already known keep their places, new ones go to the end.
+    std::vector<TTConnectorAppInfo> previous;
+    for (long i = 0; i < m_apps.count(); ++i)
+        previous.push_back(*m_apps.get(i));
     m_apps.clear();
     m_userGroups.clear();
     m_groups = builtInSuite();
@@ -165,8 +170,21 @@ void TesselTalkConnector::loadLocked() const
         return;
     m_signature = ConnectorStore::signature();
     ConnectorStore::Snapshot snapshot = ConnectorStore::load(m_warned);
-    for (const TTConnectorAppInfo& info : snapshot.records)
-        m_apps.append(new TTConnectorAppInfo(info));
+    std::vector<bool> placed(snapshot.records.size(), false);
+    for (const TTConnectorAppInfo& known : previous) {
+        for (std::size_t i = 0; i < snapshot.records.size(); ++i) {
+            if (!placed[i] && snapshot.records[i].specifier == known.specifier) {
+                // Process identifiers are not in the files: carry them over.
+                snapshot.records[i].processID = known.processID;
+                m_apps.append(new TTConnectorAppInfo(snapshot.records[i]));
+                placed[i] = true;
+            }
+        }
+    }
+    for (std::size_t i = 0; i < snapshot.records.size(); ++i) {
+        if (!placed[i])
+            m_apps.append(new TTConnectorAppInfo(snapshot.records[i]));
+    }
     m_userGroups = snapshot.userGroups;
     m_groups.insert(m_groups.end(), snapshot.systemGroups.begin(), snapshot.systemGroups.end());
     m_groups.insert(m_groups.end(), m_userGroups.begin(), m_userGroups.end());
@@ -183,16 +201,7 @@ void TesselTalkConnector::updateCache(bool force)
     ObjectLock guard(this);
     if (!force && m_loaded && (!m_good || ConnectorStore::signature() == m_signature))
         return;
-    // Process identifiers are not in the files: carry them over.
-    std::vector<std::pair<SoString, unsigned long>> pids;
-    for (long i = 0; i < m_apps.count(); ++i) {
-        const TTConnectorAppInfo* info = m_apps.get(i);
-        if (info->processID)
-            pids.emplace_back(info->specifier, info->processID);
-    }
     loadLocked();
-    for (const auto& pid : pids)
-        m_apps.setProcessID(pid.first, pid.second);
 }
 
 void TesselTalkConnector::clearCache()

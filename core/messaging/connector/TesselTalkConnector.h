@@ -108,6 +108,8 @@ public:
     bool addToGroup(const char* group, const Specifier& spec) override;
     bool removeFromGroup(const char* group, const Specifier& spec) override;
 
+    // Records in a stable order: by specifier when first loaded, later
+    // ones after them, so that an index walk survives a refresh.
     long getNumberOfRegisteredApplications() const override;
     SoString getApplicationSpecifier(long index) const override;
     SoString getApplicationPath(const SoString& spec) const override;
