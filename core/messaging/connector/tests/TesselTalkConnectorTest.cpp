@@ -132,6 +132,7 @@ TEST_F(TesselTalkConnectorTest, RegistrationSurvivesAWriterKilledHalfWay)
 
     std::mt19937 random(7);
     int killedWhileWriting = 0;
+    int sawNew = 0;
     for (int round = 0; round < 20; ++round) {
         const pid_t child = fork();
         ASSERT_GE(child, 0);
@@ -151,9 +152,11 @@ TEST_F(TesselTalkConnectorTest, RegistrationSurvivesAWriterKilledHalfWay)
         const std::string text = readFile(file);
         ASSERT_TRUE(CC::read(text.data(), long(text.size()), contents, error)) << error.c_str();
         EXPECT_TRUE(contents.record == a || contents.record == b);
+        sawNew += contents.record == b;
         for (const auto& entry : std::filesystem::directory_iterator(userFolder))
             killedWhileWriting += entry.path().filename().string()[0] == '.';
     }
+    EXPECT_GT(sawNew, 0) << "the writer never got a record in";
     connector->updateCache(true);
     EXPECT_EQ(connector->getNumberOfRegisteredApplications(), 1) << "left-over temporary files are not records";
     RecordProperty("temporaries_left_by_kills", killedWhileWriting);

@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -130,6 +131,9 @@ TEST_F(LauncherTest, ParametersArriveAddressedToTheProcessIdentifier)
     EXPECT_EQ(values["own_session"], "1");
     EXPECT_TRUE(vanishes(pid)) << "left a zombie or still running";
     EXPECT_FALSE(Launcher::isProcessRunning(pid));
+    errno = 0;
+    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a child of ours, running or a zombie";
+    EXPECT_EQ(errno, ECHILD);
 }
 
 TEST_F(LauncherTest, ParametersArriveInTheLaunchQueueWhenThePidRouteStaysSilent)
