@@ -85,11 +85,11 @@ TEST_F(LaunchWatchTest, ReceiveTakesTheFirstMessagesBody)
     first.setBody("-instance 3");
     SoString text;
     first.writeToString(text);
-    ASSERT_TRUE(endpoints->deliver("viewer-2.0", text.c_str()));
+    ASSERT_TRUE(endpoints->leave("viewer-2.0", text.c_str()));
     first.setBody("second");
     text = SoString();
     first.writeToString(text);
-    ASSERT_TRUE(endpoints->deliver("viewer-2.0", text.c_str()));
+    ASSERT_TRUE(endpoints->leave("viewer-2.0", text.c_str()));
 
     SoString params;
     EXPECT_TRUE(receiveLaunchParams(SoString("viewer-2.0"), params, 0));

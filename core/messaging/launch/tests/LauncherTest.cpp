@@ -68,7 +68,7 @@ protected:
     {
         SoString text;
         ASSERT_EQ(message.writeToString(text), 1);
-        ASSERT_TRUE(endpoints->deliver(message.getTarget().c_str(), text.c_str()));
+        ASSERT_TRUE(endpoints->leave(message.getTarget().c_str(), text.c_str()));
     }
 
     // The process is gone entirely: neither running nor left as a zombie.

@@ -89,7 +89,7 @@ std::unique_ptr<ScObjects::TesselTalkUtils::LaunchInbox> MailboxEndpoints::open(
     return std::make_unique<MailboxInbox>(fd, pathOf(name.c_str(), ".box"));
 }
 
-bool MailboxEndpoints::deliver(const std::string& name, const std::string& text)
+bool MailboxEndpoints::leave(const std::string& name, const std::string& text)
 {
     static std::atomic<int> counter{0};
     const std::string box = pathOf(name, ".box");
@@ -104,4 +104,16 @@ bool MailboxEndpoints::deliver(const std::string& name, const std::string& text)
             return false;
     }
     return ::rename(temp.c_str(), (box + "/" + seq).c_str()) == 0;
+}
+
+bool MailboxEndpoints::deliver(const ScObjects::SoString& target, const ScObjects::SoString& text)
+{
+    return !canCreateLocally(target) && leave(std::string(target.c_str()), std::string(text.c_str(), std::size_t(text.length())));
+}
+
+std::string MailboxEndpoints::takeDelivered(const std::string& name)
+{
+    ScObjects::SoString text;
+    MailboxInbox reader(::open("/dev/null", O_RDONLY | O_CLOEXEC), pathOf(name, ".box"));
+    return reader.take(text) ? std::string(text.c_str(), std::size_t(text.length())) : std::string();
 }
