@@ -43,6 +43,13 @@ SoString makeEntry(const char* group, const Specifier& spec)
     return entry;
 }
 
+// The entry of group that goes with caller for the wanted application:
+// walking from the end, the first subgroup holding both a caller version
+// not newer than the caller's and a wanted one decides; else the group's
+// first wanted entry from the end; else wanted itself.
+SoString pickFromGroup(const std::vector<SoString>& groups, const SoString& caller, const SoString& wanted,
+    const SoString& group);
+
 } // namespace
 
 const std::vector<SoString>& builtInSuite()
@@ -138,16 +145,24 @@ SoString TesselTalkConnector::findSpecifierInGroup(const SoString& group, const 
 
 SoString TesselTalkConnector::findPreferredApp(const SoString& caller, const SoString& wanted, const SoString& group) const
 {
+    // A copy taken under the lock: resolving may probe running applications,
+    // which must not happen while every other user of the connector waits.
     const std::vector<SoString> groups = getGroupsCache();
     if (groups.empty() || caller.isEmpty() || wanted.isEmpty())
         return resolveSpecifier(*this, wanted, SoString());
+    return resolveSpecifier(*this, wanted, pickFromGroup(groups, caller, wanted, group));
+}
 
+namespace {
+
+SoString pickFromGroup(const std::vector<SoString>& groups, const SoString& caller, const SoString& wanted,
+    const SoString& group)
+{
     const Specifier callerSpec(caller.c_str(), false);
     const SoString appA = callerSpec.appName();
     const double vA = callerSpec.version().isEmpty() ? 0 : versionOf(callerSpec);
     const SoString appB = Specifier(wanted.c_str(), false).appName();
 
-    ObjectLock guard(this);
     SoString subgroup;
     bool inSubgroup = false;
     bool metGroup = false;
@@ -175,21 +190,23 @@ SoString TesselTalkConnector::findPreferredApp(const SoString& caller, const SoS
                 dX = vA + 1;
             if (dX <= vA) {
                 if (!candidate.isEmpty())
-                    return resolveSpecifier(*this, wanted, candidate);
+                    return candidate;
                 aMatch = x;
             }
         }
         if (member.appName() == appB) {
             if (!aMatch.isEmpty())
-                return resolveSpecifier(*this, wanted, x);
+                return x;
             if (candidate.isEmpty())
                 candidate = x;
             if (firstB.isEmpty())
                 firstB = x;
         }
     }
-    return resolveSpecifier(*this, wanted, firstB.isEmpty() ? wanted : firstB);
+    return firstB.isEmpty() ? wanted : firstB;
 }
+
+} // namespace
 
 SoString resolveSpecifier(const TesselTalkConnector& connector, const SoString& spec, const SoString& preferred)
 {

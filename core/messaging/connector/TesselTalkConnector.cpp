@@ -355,7 +355,8 @@ bool TesselTalkConnector::doRegisterApplication(const TTConnectorAppInfo& info)
         return false;
     ensureLoaded();
     TTConnectorAppInfo stored(info);
-    stored.processID = getProcessID(info.specifier);
+    if (!stored.processID)
+        stored.processID = getProcessID(info.specifier);
     m_apps.update(stored);
     return true;
 }
