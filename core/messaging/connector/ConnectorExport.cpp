@@ -107,6 +107,48 @@ SoString TesselTalkConnector::validate(const TesselTalkConnector& other) const
     return report;
 }
 
+namespace {
+
+void line(SoString& out, const SoString& path, const char* label, const SoString& value)
+{
+    out << path << ";1;" << label << ";" << value << ";\n";
+}
+
+} // namespace
+
+void TesselTalkConnector::appendDiagnostics(SoString& out, const SoString& prefix) const
+{
+    ObjectLock guard(this);
+    ensureLoaded();
+    SoString root(prefix);
+    root << "/connector";
+    SoString stamp;
+    stamp << m_timestamp;
+    SoString backEnd(m_backEnd);
+    if (!m_good)
+        backEnd << " (not available)";
+    line(out, root, "Connector", backEnd);
+    line(out, root, "Refreshed", stamp);
+    SoString folders(root);
+    folders << "/folders";
+    line(out, folders, "User", SoString(ConnectorStore::userFolder().c_str()));
+    for (const std::string& folder : ConnectorStore::systemFolders())
+        line(out, folders, "System", SoString(folder.c_str()));
+    SoString apps(root);
+    apps << "/applications";
+    for (long i = 0; i < m_apps.count(); ++i) {
+        const TTConnectorAppInfo* info = m_apps.get(i);
+        SoString value(info->path);
+        if (info->processID)
+            value << " pid " << info->processID;
+        line(out, apps, info->specifier.c_str(), value);
+    }
+    SoString groups(root);
+    groups << "/groups";
+    for (std::size_t i = 0; i < m_groups.size(); ++i)
+        line(out, groups, CC::groupKey(long(i)).c_str(), m_groups[i]);
+}
+
 bool TesselTalkConnector::isEqual(const TesselTalkConnector& other) const
 {
     return validate(other).isEmpty() && other.validate(*this).isEmpty();

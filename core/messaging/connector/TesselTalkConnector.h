@@ -147,6 +147,10 @@ public:
     // equal, in other; else one failure line per missing item.
     SoString validate(const TesselTalkConnector& other) const;
     bool isEqual(const TesselTalkConnector& other) const;
+    // Diagnostics lines path;1;label;value; under prefix + "/connector":
+    // the back end and last refresh, the folders, one line per record
+    // (specifier; path, and " pid N" while it runs) and per group entry.
+    void appendDiagnostics(SoString& out, const SoString& prefix) const;
 
 private:
     void ensureLoaded() const;

@@ -212,6 +212,33 @@ TEST_F(TesselTalkConnectorTest, ValidateNamesWhatTheOtherLacks)
     EXPECT_EQ(other.getGroupsCache().size(), builtInSuite().size());
 }
 
+TEST_F(TesselTalkConnectorTest, DiagnosticsListBackEndFoldersRecordsAndGroups)
+{
+    install("viewer-2.0");
+    connector->setProcessID(SoString("viewer-2.0"), 321);
+    SoString out("first line\n");
+    connector->appendDiagnostics(out, SoString("/p"));
+    const std::string text = out.c_str();
+    const std::string stamp = std::to_string(connector->getTimestamp());
+    EXPECT_EQ(text.rfind("first line\n/p/connector;1;Connector;default;\n/p/connector;1;Refreshed;" + stamp + ";\n"
+                  "/p/connector/folders;1;User;" + userFolder + ";\n/p/connector/folders;1;System;" + systemFolder
+                  + ";\n/p/connector/folders;1;System;" + otherSystemFolder + ";\n",
+                  0),
+        0u)
+        << text;
+    EXPECT_NE(text.find("/p/connector/applications;1;viewer-2.0;" + std::string(connector->getApplicationPath(SoString("viewer-2.0")).c_str()) + " pid 321;\n"), std::string::npos) << text;
+    EXPECT_NE(text.find("/p/connector/groups;1;Group010;vx/3/vellum-1.0;\n"), std::string::npos) << text;
+
+    // A back end this platform lacks sees nothing, and says so.
+    TesselTalkConnector other{SoString("PCD")};
+    EXPECT_FALSE(other.isGood());
+    EXPECT_EQ(other.getNumberOfRegisteredApplications(), 0);
+    EXPECT_FALSE(other.doRegisterApplication(TTConnectorAppInfo(SoString("x"))));
+    SoString lines;
+    other.appendDiagnostics(lines, SoString());
+    EXPECT_EQ(std::string(lines.c_str()).rfind("/connector;1;Connector;PCD (not available);\n", 0), 0u) << lines.c_str();
+}
+
 TEST(TTConnectorAppInfoList, UpdateFindRemoveAndRedirectChains)
 {
     TTConnectorAppInfoList list;
