@@ -166,7 +166,7 @@ std::vector<std::string> Dictionary::Keys() const
     if (m_array) {
         std::string_view key;
         for (std::size_t i = 0; i < m_array->Size(); ++i) {
-            if (m_array->Key(i, key))
+            if (m_array->Intact(i) && m_array->Key(i, key))
                 keys.emplace_back(key);
         }
     } else {

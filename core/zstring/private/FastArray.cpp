@@ -138,6 +138,13 @@ bool FastArray::Key(std::size_t index, std::string_view& key) const
     return true;
 }
 
+bool FastArray::Intact(std::size_t index) const
+{
+    std::string_view key;
+    return Key(index, key)
+        && std::uint64_t(u32(m_valueOffsets + 4 * index)) + u16(m_valueLengths + 2 * index) <= m_valueTotal;
+}
+
 bool FastArray::Value(std::size_t index, std::u16string& value) const
 {
     if (index >= m_count)

@@ -50,6 +50,9 @@ public:
     // The stored value in host order, hat escapes unconverted; false as for
     // Key.
     bool Value(std::size_t index, std::u16string& value) const;
+    // Whether both the key and the value of entry index lie inside their
+    // sections: a corrupt entry is left out everywhere.
+    bool Intact(std::size_t index) const;
 
     // Writes the array section for entries (in any order): buckets by
     // ByteRunKey::Hash modulo 1021, entries of a bucket sorted by key, so
