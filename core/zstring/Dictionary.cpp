@@ -54,6 +54,16 @@ std::shared_ptr<std::vector<unsigned char>> readAll(std::istream& stream)
     return bytes;
 }
 
+// A whole dictionary file, binary when it starts with the identifier.
+void readWhole(quire_private::Dictionary& impl, const unsigned char* data, std::size_t size,
+               std::shared_ptr<const void> owner)
+{
+    if (size >= 21 && std::memcmp(data, "ZString Binary Format", 21) == 0)
+        impl.ReadBinary(data, size, std::move(owner));
+    else
+        impl.ReadText(data, size);
+}
+
 // The writer's format identifier: version 2.1, UTF-16 values.
 struct zbfid {
     unsigned char major, minor, flag;
@@ -100,18 +110,11 @@ bool Dictionary::Read(std::istream& stream)
             m_impl->valid = false;
             return false;
         }
-        if (mapped->Size() >= 21 && std::memcmp(mapped->Data(), "ZString Binary Format", 21) == 0)
-            m_impl->ReadBinary(mapped->Data(), mapped->Size(), mapped);
-        else
-            m_impl->ReadText(mapped->Data(), mapped->Size());
+        readWhole(*m_impl, mapped->Data(), mapped->Size(), mapped);
         return m_impl->valid;
     }
     const auto bytes = readAll(stream);
-    const char* id = "ZString Binary Format";
-    if (bytes->size() >= 21 && std::memcmp(bytes->data(), id, 21) == 0)
-        m_impl->ReadBinary(bytes->data(), bytes->size(), bytes);
-    else
-        m_impl->ReadText(bytes->data(), bytes->size());
+    readWhole(*m_impl, bytes->data(), bytes->size(), bytes);
     return m_impl->valid;
 }
 
