@@ -6,7 +6,8 @@
 // Loading checks only what costs nothing per entry: the header, that the
 // sections the counts declare fit in the bytes given, and the bucket
 // directory. Each entry's offsets and ids are checked when it is used, so
-// a corrupt entry reads as absent and nothing is read outside the bytes.
+// a corrupt entry reads as absent (and a search of its bucket that meets it
+// gives up), and nothing is read outside the bytes.
 #pragma once
 
 #include <array>

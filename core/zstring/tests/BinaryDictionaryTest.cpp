@@ -319,3 +319,35 @@ TEST(BinaryDictionary, UnmappableFileIsReadInstead)
     writer.join();
     expectSameAnswers(sample(), d);
 }
+
+TEST(BinaryDictionary, ForeignArrayWithUnsortedBucketsIsScanned)
+{
+    const Dictionary d = sample();
+    std::string bytes = serialize(d, quire::kLittleEndian);
+    auto number = [&bytes](std::size_t at, std::size_t n) {
+        std::uint32_t v = 0;
+        for (std::size_t i = 0; i < n; ++i)
+            v |= std::uint32_t(static_cast<unsigned char>(bytes[at + i])) << (8 * i);
+        return v;
+    };
+    // Array section at 34: id (4), "Y", entry count at 39, buckets at 43,
+    // non-empty buckets at 47; the directory's counts and ids end the file.
+    const std::uint32_t count = number(39, 4);
+    const std::uint32_t nonEmpty = number(47, 4);
+    const std::size_t ids = bytes.size() - 4 * std::size_t(count);
+    const std::size_t counts = ids - 4 * std::size_t(nonEmpty);
+    std::uint32_t start = 0;
+    std::uint32_t n = 0;
+    for (std::uint32_t b = 0; b < nonEmpty && n < 3; ++b) {
+        start += n;
+        n = number(counts + 4 * b, 4);
+    }
+    ASSERT_GE(n, 3u) << "no crowded bucket in the sample";
+    // Reverse that bucket's ids and drop the id word that promises order.
+    for (std::uint32_t i = 0; i < n / 2; ++i) {
+        for (std::size_t k = 0; k < 4; ++k)
+            std::swap(bytes[ids + 4 * (start + i) + k], bytes[ids + 4 * (start + n - 1 - i) + k]);
+    }
+    bytes.replace(34, 4, std::string(4, '\0'));
+    expectSameAnswers(d, fromBytes(bytes));
+}

@@ -204,6 +204,9 @@ TEST(ZString, GetUnicodeCopiesWithTerminator)
     EXPECT_EQ(z.GetUnicode(buffer, 3), 2u);
     EXPECT_EQ(std::u16string(buffer), u"Ha");
     EXPECT_EQ(z.GetUnicode(buffer, 0), 0u);
+    // Access-key markers stay unless asked otherwise.
+    EXPECT_EQ(quire::ZString(u"&Ja").GetUnicode(buffer, 8), 3u);
+    EXPECT_EQ(std::u16string(buffer), u"&Ja");
 }
 
 TEST(ZSLibraryVersion, IsFourOne)
