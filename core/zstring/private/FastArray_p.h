@@ -81,9 +81,10 @@ private:
     std::uint32_t m_modulus = 0;
     bool m_swap = false;
     bool m_sortedBuckets = false;
-    // Where each bucket's ids start in the id list; bucket b holds the ids
+    // Where each bucket's ids start in the id list (filled by Read, left
+    // unset before: a lookup checks m_modulus first); bucket b holds the ids
     // at positions [m_bucketStart[b], m_bucketStart[b + 1]).
-    std::array<std::uint32_t, kBinaryBuckets + 1> m_bucketStart{};
+    std::array<std::uint32_t, kBinaryBuckets + 1> m_bucketStart;
 };
 
 } // namespace quire_private
