@@ -23,7 +23,12 @@ namespace {
 
 std::u16string withHats(std::u16string value)
 {
-    if (value.find(u'^') == std::u16string::npos)
+    // Most values have no caret; a test of every unit without an early exit
+    // is one the compiler can run many units at a time.
+    bool caret = false;
+    for (const char16_t unit : value)
+        caret |= unit == u'^';
+    if (!caret)
         return value;
     return quire_private::ConvertHats(value, DictionaryEntry::HatEscapeTable,
                                       std::size(DictionaryEntry::HatEscapeTable));

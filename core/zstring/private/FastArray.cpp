@@ -75,20 +75,6 @@ FastArray::ReadResult FastArray::Read(const unsigned char* data, std::size_t siz
     return ReadResult::Ok;
 }
 
-std::uint32_t FastArray::u32(const unsigned char* p) const
-{
-    std::uint32_t v;
-    std::memcpy(&v, p, 4);
-    return m_swap ? __builtin_bswap32(v) : v;
-}
-
-std::uint16_t FastArray::u16(const unsigned char* p) const
-{
-    std::uint16_t v;
-    std::memcpy(&v, p, 2);
-    return m_swap ? __builtin_bswap16(v) : v;
-}
-
 std::uint64_t FastArray::bucketOf(std::string_view key) const
 {
     return m_modulus == kBinaryBuckets ? ByteRunKey::Hash<kBinaryBuckets>(key) : ByteRunKey::Hash(key, m_modulus);
@@ -105,12 +91,11 @@ long FastArray::Find(std::string_view key) const
     if (m_sortedBuckets) {
         while (lo < hi) {
             const std::uint32_t mid = lo + (hi - lo) / 2;
-            const std::uint32_t index = u32(m_ids + 4 * std::size_t(mid));
-            if (!Key(index, candidate))
+            if (!Key(mid, candidate))
                 return -1;
             const int order = candidate.compare(key);
             if (order == 0)
-                return static_cast<long>(index);
+                return static_cast<long>(mid);
             if (order < 0)
                 lo = mid + 1;
             else
@@ -124,18 +109,6 @@ long FastArray::Find(std::string_view key) const
             return static_cast<long>(index);
     }
     return -1;
-}
-
-bool FastArray::Key(std::size_t index, std::string_view& key) const
-{
-    if (index >= m_count)
-        return false;
-    const std::uint32_t offset = u32(m_keyOffsets + 4 * index);
-    const std::uint16_t length = u16(m_keyLengths + 2 * index);
-    if (std::uint64_t(offset) + length > m_keyTotal)
-        return false;
-    key = std::string_view(reinterpret_cast<const char*>(m_keys) + offset, length);
-    return true;
 }
 
 bool FastArray::Intact(std::size_t index) const

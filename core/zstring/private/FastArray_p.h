@@ -13,6 +13,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -24,9 +25,12 @@
 namespace quire_private {
 
 // Word that our writer puts at the start of the array section. It also
-// promises that every bucket is sorted by key, which lets a lookup search a
-// bucket by halves; a section with the word 0 comes from elsewhere and its
-// buckets are scanned.
+// promises that the entries are stored bucket by bucket, each bucket sorted
+// by key, so the id list is 0, 1, 2, ...: a lookup then searches a bucket
+// by halves over the entries themselves. A section with the word 0 comes
+// from elsewhere; its buckets are scanned through the id list. (A corrupt
+// file that breaks the promise gets wrong answers, never a read outside
+// its bytes.)
 constexpr std::uint32_t kFastArrayId = 0x5A535452;
 
 class FastArray {
@@ -47,7 +51,17 @@ public:
     std::size_t Size() const { return m_count; }
     // The key of entry index; false when the index or the entry's bounds
     // are outside the file's sections.
-    bool Key(std::size_t index, std::string_view& key) const;
+    bool Key(std::size_t index, std::string_view& key) const
+    {
+        if (index >= m_count)
+            return false;
+        const std::uint32_t offset = u32(m_keyOffsets + 4 * index);
+        const std::uint16_t length = u16(m_keyLengths + 2 * index);
+        if (std::uint64_t(offset) + length > m_keyTotal)
+            return false;
+        key = std::string_view(reinterpret_cast<const char*>(m_keys) + offset, length);
+        return true;
+    }
     // The stored value in host order, hat escapes unconverted; false as for
     // Key.
     bool Value(std::size_t index, std::u16string& value) const;
@@ -63,8 +77,18 @@ public:
                                   bool bigEndian, std::uint32_t id);
 
 private:
-    std::uint32_t u32(const unsigned char* p) const;
-    std::uint16_t u16(const unsigned char* p) const;
+    std::uint32_t u32(const unsigned char* p) const
+    {
+        std::uint32_t v;
+        std::memcpy(&v, p, 4);
+        return m_swap ? __builtin_bswap32(v) : v;
+    }
+    std::uint16_t u16(const unsigned char* p) const
+    {
+        std::uint16_t v;
+        std::memcpy(&v, p, 2);
+        return m_swap ? __builtin_bswap16(v) : v;
+    }
     std::uint64_t bucketOf(std::string_view key) const;
 
     std::shared_ptr<const void> m_owner;

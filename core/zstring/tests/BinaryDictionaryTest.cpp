@@ -239,9 +239,13 @@ TEST(BinaryDictionary, CorruptEntryReadsAsAbsentOthersStillAnswer)
         d.Add("/New", u"neu", 3);
         EXPECT_EQ(d.NumKeys(), count);
     }
-    // An id past the entries in the bucket directory: its key is not found.
+    // An id past the entries in the bucket directory: a foreign file's
+    // lookups go through the ids, so that key is not found; our own files
+    // keep entries in bucket order and are searched without them.
     std::string badId = bytes;
     badId.replace(badId.size() - 4 * count, 4, "\xff\xff\xff\x7f");
+    EXPECT_TRUE(fromBytes(badId).HasKey(victim.c_str()));
+    badId.replace(34, 4, std::string(4, '\0'));
     const Dictionary d = fromBytes(badId);
     EXPECT_FALSE(d.HasKey(victim.c_str()));
     EXPECT_TRUE(d.HasKey(other.c_str()));
@@ -343,10 +347,16 @@ TEST(BinaryDictionary, ForeignArrayWithUnsortedBucketsIsScanned)
         n = number(counts + 4 * b, 4);
     }
     ASSERT_GE(n, 3u) << "no crowded bucket in the sample";
-    // Reverse that bucket's ids and drop the id word that promises order.
-    for (std::uint32_t i = 0; i < n / 2; ++i) {
-        for (std::size_t k = 0; k < 4; ++k)
-            std::swap(bytes[ids + 4 * (start + i) + k], bytes[ids + 4 * (start + n - 1 - i) + k]);
+    // Store that bucket's entries in reverse (their offset and length
+    // records; the id list still names the same set) and drop the id word
+    // that promises order.
+    const std::size_t records[][2] = {
+        {59, 4}, {59 + 4 * std::size_t(count), 2}, {59 + 6 * std::size_t(count), 4}, {59 + 10 * std::size_t(count), 2}};
+    for (const auto& [base, width] : records) {
+        for (std::uint32_t i = 0; i < n / 2; ++i) {
+            for (std::size_t k = 0; k < width; ++k)
+                std::swap(bytes[base + width * (start + i) + k], bytes[base + width * (start + n - 1 - i) + k]);
+        }
     }
     bytes.replace(34, 4, std::string(4, '\0'));
     expectSameAnswers(d, fromBytes(bytes));
