@@ -1,6 +1,6 @@
 #include "TextDictionary.h"
 
-#include "private/ByteOrder_p.h"
+#include "PtUTF.h"
 
 #include <gtest/gtest.h>
 
@@ -19,30 +19,9 @@ using Entries = std::vector<std::pair<std::string, std::u16string>>;
 
 std::string encode(const std::u16string& text, TextEncoding encoding)
 {
+    if (encoding == TextEncoding::UTF8)
+        return ptucsToUtf8(reinterpret_cast<const unsigned short*>(text.c_str()));
     std::string out;
-    if (encoding == TextEncoding::UTF8) {
-        for (std::size_t i = 0; i < text.size(); ++i) {
-            char32_t cp = text[i];
-            if ((cp & 0xFC00) == 0xD800 && i + 1 < text.size())
-                cp = 0x10000 + ((cp - 0xD800) << 10) + (text[++i] - 0xDC00);
-            if (cp < 0x80) {
-                out.push_back(static_cast<char>(cp));
-            } else if (cp < 0x800) {
-                out.push_back(static_cast<char>(0xC0 | (cp >> 6)));
-                out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-            } else if (cp < 0x10000) {
-                out.push_back(static_cast<char>(0xE0 | (cp >> 12)));
-                out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-                out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-            } else {
-                out.push_back(static_cast<char>(0xF0 | (cp >> 18)));
-                out.push_back(static_cast<char>(0x80 | ((cp >> 12) & 0x3F)));
-                out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-                out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-            }
-        }
-        return out;
-    }
     const bool big = encoding == TextEncoding::UTF16BE;
     for (const char16_t u : u"\uFEFF" + text) {
         out.push_back(static_cast<char>(big ? u >> 8 : u & 0xff));
