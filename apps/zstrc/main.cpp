@@ -1,9 +1,14 @@
 // zstrc: the dictionary compiler. Turns text dictionaries into binary ones
-// (either byte order), binary ones back into text, and checks text
-// dictionaries line by line.
+// (either byte order), binary ones back into text, and checks dictionaries:
+// text ones line by line, both kinds for access keys that two texts of one
+// dialog share.
+#include "AcceleratorClash.h"
 #include "Dictionary.h"
 #include "TextDictionary.h"
 
+#include "PtUTF.h"
+
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <iostream>
@@ -63,6 +68,17 @@ int report(const std::string& path, const std::vector<quire::LineProblem>& probl
     for (const auto& p : problems)
         std::cerr << path << ":" << p.line << ": " << p.reason << "\n";
     return problems.empty() ? 0 : 1;
+}
+
+int reportClashes(const std::string& path, quire::Dictionary& dictionary)
+{
+    const auto clashes = quire::FindAcceleratorClashes(dictionary);
+    for (const auto& c : clashes) {
+        const char16_t key[] = {c.key, 0};
+        std::cerr << path << ": access key \"" << ptucsToUtf8(reinterpret_cast<const unsigned short*>(key))
+                  << "\" taken by both " << c.first << " and " << c.second << "\n";
+    }
+    return clashes.empty() ? 0 : 1;
 }
 
 int compile(const std::vector<std::string>& args)
@@ -156,15 +172,19 @@ int check(const std::vector<std::string>& files)
             result = 2;
             continue;
         }
+        quire::Dictionary dictionary;
         if (isBinary(bytes)) {
-            quire::Dictionary dictionary;
             if (!dictionary.Read(bytes.data(), bytes.size(), false)) {
                 std::cerr << path << ": corrupt binary dictionary\n";
                 result = std::max(result, 1);
+                continue;
             }
-            continue;
+        } else {
+            result = std::max(result, report(path, quire::CheckTextDictionary(bytes.data(), bytes.size())));
+            std::istringstream in(bytes);
+            dictionary.Read(in);
         }
-        result = std::max(result, report(path, quire::CheckTextDictionary(bytes.data(), bytes.size())));
+        result = std::max(result, reportClashes(path, dictionary));
     }
     return result;
 }

@@ -1,22 +1,38 @@
 #!/bin/sh
-# Runs the dictionary benchmark once and prints the two ratios it is judged
-# by: binary load against text load, and lookup time against gettext.
-# usage: compare.sh path/to/zstring_bench [benchmark options]
+# Runs the dictionary benchmark once, with repetitions, and prints for each
+# measurement the min / median / max over the repetitions of ours and of
+# gettext, and the ratios ours / gettext (of the medians and of the minima).
+# usage: compare.sh path/to/zstring_bench [repetitions (default 15)] [benchmark options]
 set -eu
 bench=$1
+repetitions=${2:-15}
 shift
-"$bench" --benchmark_format=json "$@" | python3 -c '
-import json, sys
-runs = {b["name"].split("/")[0]: b for b in json.load(sys.stdin)["benchmarks"]}
-def cpu(name):
-    b = runs[name]
-    scale = {"ns": 1e-9, "us": 1e-6, "ms": 1e-3, "s": 1.0}[b["time_unit"]]
-    return b["cpu_time"] * scale
-for name in ("BM_LoadText", "BM_LoadBinary", "BM_LoadGettext"):
-    print("%-18s %10.1f us" % (name, cpu(name) * 1e6))
-for name in ("BM_LookupText", "BM_LookupBinary", "BM_LookupGettext"):
-    print("%-18s %10.1f ns  %6.2f M lookups/s" % (name, cpu(name) * 1e9, 1e-6 / cpu(name)))
-print("binary load is %.1fx faster than text load (target >= 5)" % (cpu("BM_LoadText") / cpu("BM_LoadBinary")))
-print("binary lookup takes %.2fx gettext time (target <= 1.5)" % (cpu("BM_LookupBinary") / cpu("BM_LookupGettext")))
-print("text lookup takes %.2fx gettext time" % (cpu("BM_LookupText") / cpu("BM_LookupGettext")))
+[ $# -gt 0 ] && shift
+"$bench" --benchmark_format=json --benchmark_repetitions="$repetitions" "$@" | python3 -c '
+import json, statistics, sys
+scale = {"ns": 1e-9, "us": 1e-6, "ms": 1e-3, "s": 1.0}
+runs = {}
+for b in json.load(sys.stdin)["benchmarks"]:
+    if b.get("run_type") == "iteration" and "error_occurred" not in b:
+        runs.setdefault(b["run_name"].split("/")[0], []).append(b["cpu_time"] * scale[b["time_unit"]])
+
+def figures(name, unit):
+    t = sorted(runs[name])
+    return [x / unit for x in (t[0], statistics.median(t), t[-1])]
+
+def row(label, ours, peer, unit, suffix, target):
+    o, p = figures(ours, unit), figures(peer, unit)
+    print("%-22s %9.2f %9.2f %9.2f   %9.2f %9.2f %9.2f   %5.2fx %5.2fx  %s"
+          % ((label,) + tuple(o) + tuple(p) + (o[1] / p[1], o[0] / p[0], target)))
+
+print("%-22s %29s   %29s   %13s" % ("(%d repetitions)" % len(runs["BM_LoadBinary"]),
+      "ours min / median / max", "gettext min / median / max", "ratio med min"))
+row("load (us)", "BM_LoadBinary", "BM_LoadGettext", 1e-6, "us", "target <= 1.0")
+row("lookup in order (ns)", "BM_LookupBinary", "BM_LookupGettext", 1e-9, "ns", "")
+row("lookup shuffled (ns)", "BM_LookupBinaryShuffled", "BM_LookupGettextShuffled", 1e-9, "ns", "target <= 1.0")
+row("text: load (us)", "BM_LoadText", "BM_LoadGettext", 1e-6, "us", "")
+row("text: lookup (ns)", "BM_LookupText", "BM_LookupGettext", 1e-9, "ns", "")
+text = statistics.median(runs["BM_LoadText"])
+binary = statistics.median(runs["BM_LoadBinary"])
+print("binary load is %.1fx faster than text load (median; target >= 5)" % (text / binary))
 '

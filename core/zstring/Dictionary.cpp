@@ -3,6 +3,9 @@
 #include "private/ByteOrder_p.h"
 #include "private/DictionaryEntry_p.h"
 #include "private/DictionaryImpl_p.h"
+#include "private/MappedFile_p.h"
+
+#include "basic_ifstream.h"
 
 #include "PtUTF.h"
 
@@ -20,7 +23,12 @@ namespace {
 
 std::u16string withHats(std::u16string value)
 {
-    if (value.find(u'^') == std::u16string::npos)
+    // Most values have no caret; a test of every unit without an early exit
+    // is one the compiler can run many units at a time.
+    bool caret = false;
+    for (const char16_t unit : value)
+        caret |= unit == u'^';
+    if (!caret)
         return value;
     return quire_private::ConvertHats(value, DictionaryEntry::HatEscapeTable,
                                       std::size(DictionaryEntry::HatEscapeTable));
@@ -49,6 +57,16 @@ std::shared_ptr<std::vector<unsigned char>> readAll(std::istream& stream)
         bytes->insert(bytes->end(), chunk, chunk + stream.gcount());
     }
     return bytes;
+}
+
+// A whole dictionary file, binary when it starts with the identifier.
+void readWhole(quire_private::Dictionary& impl, const unsigned char* data, std::size_t size,
+               std::shared_ptr<const void> owner)
+{
+    if (size >= 21 && std::memcmp(data, "ZString Binary Format", 21) == 0)
+        impl.ReadBinary(data, size, std::move(owner));
+    else
+        impl.ReadText(data, size);
 }
 
 // The writer's format identifier: version 2.1, UTF-16 values.
@@ -90,19 +108,23 @@ bool Dictionary::Read(std::istream& stream)
         m_impl->valid = false;
         return false;
     }
+    if (const auto* file = dynamic_cast<const basic_ifstream*>(&stream)) {
+        // The file is already mapped (or read): answer from its bytes.
+        const std::shared_ptr<const quire_private::MappedFile>& mapped = file->File();
+        if (!mapped) {
+            m_impl->valid = false;
+            return false;
+        }
+        readWhole(*m_impl, mapped->Data(), mapped->Size(), mapped);
+        return m_impl->valid;
+    }
     const auto bytes = readAll(stream);
-    m_impl->snapshotStale = true;
-    const char* id = "ZString Binary Format";
-    if (bytes->size() >= 21 && std::memcmp(bytes->data(), id, 21) == 0)
-        m_impl->ReadBinary(bytes->data(), bytes->size(), bytes);
-    else
-        m_impl->ReadText(bytes->data(), bytes->size());
+    readWhole(*m_impl, bytes->data(), bytes->size(), bytes);
     return m_impl->valid;
 }
 
 bool Dictionary::Read(const void* buffer, std::size_t length, bool copy)
 {
-    m_impl->snapshotStale = true;
     if (!buffer) {
         m_impl->valid = false;
         return false;
@@ -144,6 +166,25 @@ ZString Dictionary::Lookup(const char* literal, Encoding encoding) const
     return ZString(withHats(std::move(widened)));
 }
 
+ZString Dictionary::Lookup(ZStringId id, Encoding) const
+{
+    std::string_view key;
+    std::u16string value;
+    if (!m_impl->Entry(id, key, value))
+        return {};
+    return ZString(withHats(std::move(value)));
+}
+
+const char16_t* Dictionary::LookupReturnUTF16Ptr(const char* literal, Encoding encoding) const
+{
+    if (!literal)
+        return u"";
+    std::string cacheKey(literal);
+    cacheKey.push_back('\0');
+    cacheKey.push_back(encoding == Encoding::UTF8 ? 'u' : 'n');
+    return m_impl->Keep(std::move(cacheKey), Lookup(literal, encoding).Text());
+}
+
 bool Dictionary::HasKey(const char* key) const
 {
     std::u16string value;
@@ -158,15 +199,23 @@ bool Dictionary::RawValue(const char* key, std::u16string& value) const
     return parts.valid && m_impl->Find(parts.key, value);
 }
 
-bool Dictionary::Add(const char* key, const char16_t* text, std::size_t length)
+bool Dictionary::Add(const char* key, const char16_t* text, std::size_t length, Encoding encoding)
 {
     if (!key || (!text && length != 0))
         return false;
     const auto parts = SplitLiteral(key);
     if (!parts.valid || parts.key.empty())
         return false;
-    m_impl->Insert({std::string(parts.key), std::u16string(text, length)});
-    m_impl->snapshotStale = true;
+    std::string bytes(parts.key);
+    if (encoding == Encoding::UTF8) {
+        const std::u16string units = ptucsFromUtf8(bytes);
+        bytes.assign(units.size(), '\0');
+        for (std::size_t i = 0; i < units.size(); ++i)
+            bytes[i] = static_cast<char>(units[i] & 0xff);
+        if (bytes.empty())
+            return false;
+    }
+    m_impl->Insert({std::move(bytes), std::u16string(text, length)});
     return true;
 }
 
@@ -175,10 +224,46 @@ bool Dictionary::Remove(const char* key)
     if (!key)
         return false;
     const auto parts = SplitLiteral(key);
-    if (!parts.valid)
-        return false;
-    m_impl->snapshotStale = true;
-    return m_impl->Remove(parts.key);
+    return parts.valid && m_impl->Remove(parts.key);
+}
+
+bool Dictionary::Remove(ZStringId id)
+{
+    std::string_view key;
+    std::u16string value;
+    return m_impl->Entry(id, key, value) && m_impl->Remove(std::string(key));
+}
+
+char16_t Dictionary::Accelerator(const char* literal) const
+{
+    return quire_private::AcceleratorOf(Lookup(literal).Text());
+}
+
+char16_t Dictionary::Accelerator(ZStringId id) const
+{
+    return quire_private::AcceleratorOf(Lookup(id).Text());
+}
+
+ZStringId Dictionary::GetNumericId(const char* key) const
+{
+    if (!key)
+        return kNoZStringId;
+    const auto parts = SplitLiteral(key);
+    return parts.valid ? m_impl->IdOf(parts.key) : kNoZStringId;
+}
+
+std::string Dictionary::GetStringId(ZStringId id) const
+{
+    std::string_view key;
+    std::u16string value;
+    return m_impl->Entry(id, key, value) ? std::string(key) : std::string();
+}
+
+bool Dictionary::ValidId(ZStringId id) const
+{
+    std::string_view key;
+    std::u16string value;
+    return m_impl->Entry(id, key, value);
 }
 
 std::string Dictionary::Locale() const

@@ -1,15 +1,19 @@
 #include "ZString.h"
 
+#include "private/DictionaryEntry_p.h"
+
 #include <algorithm>
 
 namespace quire {
 
-std::size_t ZString::GetUnicode(char16_t* buffer, std::size_t size) const
+std::size_t ZString::GetUnicode(char16_t* buffer, std::size_t size, bool stripAccelerators) const
 {
     if (!buffer || size == 0)
         return 0;
-    const std::size_t n = std::min(m_text.size(), size - 1);
-    std::copy_n(m_text.data(), n, buffer);
+    const std::u16string stripped = stripAccelerators ? quire_private::WithoutAccelerators(m_text) : std::u16string();
+    const std::u16string& text = stripAccelerators ? stripped : m_text;
+    const std::size_t n = std::min(text.size(), size - 1);
+    std::copy_n(text.data(), n, buffer);
     buffer[n] = 0;
     return n;
 }

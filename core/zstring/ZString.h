@@ -16,9 +16,12 @@ public:
     std::size_t GetUnicodeSize() const { return m_text.size() + 1; }
 
     // Copies the text and a terminator into buffer, at most size units in
-    // all; a longer text is cut. Returns the units copied before the
+    // all; a longer text is cut. With stripAccelerators the access-key
+    // markers are left out ("&Yes" gives "Yes", "&&" gives "&"), for places
+    // that show text without access keys; the copy is then never longer
+    // than GetUnicodeSize(). Returns the units copied before the
     // terminator. Nothing is written when size is 0.
-    std::size_t GetUnicode(char16_t* buffer, std::size_t size) const;
+    std::size_t GetUnicode(char16_t* buffer, std::size_t size, bool stripAccelerators = false) const;
 
     const std::u16string& Text() const { return m_text; }
     bool IsEmpty() const { return m_text.empty(); }

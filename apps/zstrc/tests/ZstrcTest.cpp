@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -147,4 +148,62 @@ TEST_F(Zstrc, BadInputLeavesTheOutputAlone)
     EXPECT_EQ(readBytes(output), "previous");
     EXPECT_EQ(zstrc("compile " + (m_dir / "missing.txt").string() + " " + output.string()), 2);
     EXPECT_EQ(zstrc("frobnicate"), 2);
+}
+
+TEST_F(Zstrc, DecompileWritesAValueEndingInABackslash)
+{
+    const fs::path source = m_dir / "paths.txt";
+    writeBytes(source, "$$$/Paths/Temp=C:\\Temp\\\n\"$$$/Paths/Quoted=say \\\"hi\\\"\"\n");
+    for (const char* encoding : {"--utf16le", "--utf8"}) {
+        SCOPED_TRACE(encoding);
+        const fs::path binary = m_dir / "paths.dct";
+        const fs::path text = m_dir / "paths_back.txt";
+        ASSERT_EQ(zstrc("compile " + source.string() + " " + binary.string()), 0);
+        ASSERT_EQ(zstrc(std::string("decompile ") + encoding + " " + binary.string() + " " + text.string()), 0);
+        EXPECT_EQ(zstrc("check " + text.string()), 0);
+        const quire::Dictionary back = load(text);
+        EXPECT_EQ(back.Lookup("$$$/Paths/Temp=x").Text(), u"C:\\Temp\\");
+        EXPECT_EQ(back.Lookup("$$$/Paths/Quoted=x").Text(), u"say \\\"hi\\\"");
+    }
+}
+
+TEST_F(Zstrc, CheckReportsInvalidUtf8AndCompileRefusesIt)
+{
+    const fs::path bad = m_dir / "latin1.txt";
+    writeBytes(bad, "\"$$$/Good=gr\xc3\xbc\xc3\x9f" "e\"\n\"$$$/Latin1=gr\xfc\xdf" "e\"\n");
+    const fs::path errors = m_dir / "errors.txt";
+    EXPECT_EQ(zstrc("check " + bad.string(), errors), 1);
+    const std::string report = readBytes(errors);
+    EXPECT_NE(report.find(bad.string() + ":2: invalid UTF-8 at byte 15, which a read drops"), std::string::npos)
+        << report;
+    EXPECT_EQ(std::count(report.begin(), report.end(), '\n'), 1) << report;
+    EXPECT_EQ(zstrc("compile " + bad.string() + " " + (m_dir / "out.dct").string()), 1);
+    EXPECT_FALSE(fs::exists(m_dir / "out.dct"));
+}
+
+TEST_F(Zstrc, CheckNamesBothKeysOfAnAccessKeyClash)
+{
+    const fs::path text = m_dir / "clash.txt";
+    writeBytes(text, "\"$$$/Dlg/LossLess=&Compress\xc3\xa9\"\n\"$$$/Dlg/Preserve=&Conserver\"\n"
+                     "\"$$$/Other/Yes=&Conserver\"\n");
+    const fs::path binary = m_dir / "clash.dct";
+    ASSERT_EQ(zstrc("compile " + text.string() + " " + binary.string()), 0);
+    for (const fs::path& file : {text, binary}) {
+        const fs::path errors = m_dir / "errors.txt";
+        EXPECT_EQ(zstrc("check " + file.string(), errors), 1) << file;
+        EXPECT_EQ(readBytes(errors),
+                  file.string() + ": access key \"C\" taken by both /Dlg/LossLess and /Dlg/Preserve\n");
+    }
+}
+
+TEST_F(Zstrc, EveryShippedLocalePassesCheck)
+{
+    std::vector<fs::path> files = sourceDictionaries();
+    for (const auto& dir : fs::directory_iterator(fs::path(TESSEL_STAGE_DIR) / "shared_assets" / "locales"))
+        files.push_back(dir.path() / "SkiffStrings.dct");
+    ASSERT_GE(files.size(), 6u);
+    for (const fs::path& file : files) {
+        const fs::path errors = m_dir / "errors.txt";
+        EXPECT_EQ(zstrc("check " + file.string(), errors), 0) << file << "\n" << readBytes(errors);
+    }
 }

@@ -57,6 +57,30 @@ LiteralParts SplitLiteral(std::string_view literal)
     return parts;
 }
 
+char16_t AcceleratorOf(std::u16string_view text)
+{
+    for (std::size_t i = 0; i + 1 < text.size(); ++i) {
+        if (text[i] != u'&')
+            continue;
+        if (text[i + 1] != u'&')
+            return text[i + 1];
+        ++i;
+    }
+    return 0;
+}
+
+std::u16string WithoutAccelerators(std::u16string_view text)
+{
+    std::u16string out;
+    out.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == u'&' && i + 1 < text.size())
+            ++i;
+        out.push_back(text[i]);
+    }
+    return out;
+}
+
 const char* EntryStatusText(EntryStatus status)
 {
     switch (status) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -22,6 +23,8 @@ struct DictionaryEntry {
 
     std::string key;
     std::u16string value;
+    // The entry's numeric id in its dictionary, set when it is stored.
+    std::uint32_t id = 0;
 };
 
 // Replaces every caret escape of text found in table (of n rows); a caret
@@ -37,6 +40,12 @@ struct LiteralParts {
     std::string_view defaultText;
 };
 LiteralParts SplitLiteral(std::string_view literal);
+
+// Access keys: "&" marks the next unit as the key ("&Yes" is Alt+Y), "&&"
+// stands for one "&". The first marked unit, or 0 when there is none.
+char16_t AcceleratorOf(std::u16string_view text);
+// text without its access-key markers, "&&" turned into "&".
+std::u16string WithoutAccelerators(std::u16string_view text);
 
 // Why a line of a text dictionary was refused.
 enum class EntryStatus { Ok, BadDollarPrefix, MissingEquals, EmptyKey };

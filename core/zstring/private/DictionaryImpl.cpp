@@ -25,6 +25,7 @@ Dictionary::~Dictionary()
 
 void Dictionary::ReadText(const unsigned char* data, std::size_t size)
 {
+    changed();
     const auto reader = DictionaryReader::Make(data, size);
     std::u16string line;
     DictionaryEntry entry;
@@ -38,6 +39,7 @@ void Dictionary::ReadText(const unsigned char* data, std::size_t size)
 
 void Dictionary::ReadBinary(const unsigned char* data, std::size_t size, std::shared_ptr<const void> owner)
 {
+    changed();
     if (size < kMinBinarySize || std::memcmp(data, kBinaryId, kBinaryIdLength) != 0) {
         valid = false;
         return;
@@ -86,18 +88,19 @@ void Dictionary::ReadBinary(const unsigned char* data, std::size_t size, std::sh
         return;
     }
     moveArrayToTable();
-    for (std::size_t i = 0; i < array->Size(); ++i)
-        m_table.Insert({std::string(array->Key(i)), array->Value(i)});
+    std::string_view key;
+    std::u16string value;
+    for (std::size_t i = 0; i < array->Size(); ++i) {
+        if (array->Key(i, key) && array->Value(i, value))
+            Insert({std::string(key), value});
+    }
 }
 
 bool Dictionary::Find(std::string_view key, std::u16string& value) const
 {
     if (m_array) {
         const long index = m_array->Find(key);
-        if (index < 0)
-            return false;
-        value = m_array->Value(static_cast<std::size_t>(index));
-        return true;
+        return index >= 0 && m_array->Value(static_cast<std::size_t>(index), value);
     }
     const DictionaryEntry* entry = m_table.Find(key);
     if (!entry)
@@ -106,15 +109,48 @@ bool Dictionary::Find(std::string_view key, std::u16string& value) const
     return true;
 }
 
+std::uint32_t Dictionary::IdOf(std::string_view key) const
+{
+    if (m_array) {
+        const long index = m_array->Find(key);
+        return index >= 0 ? static_cast<std::uint32_t>(index) : kNoId;
+    }
+    const DictionaryEntry* entry = m_table.Find(key);
+    return entry ? entry->id : kNoId;
+}
+
+bool Dictionary::Entry(std::uint32_t id, std::string_view& key, std::u16string& value) const
+{
+    if (m_array)
+        return m_array->Key(id, key) && m_array->Value(id, value);
+    if (id >= m_idKeys.size() || m_idKeys[id].empty())
+        return false;
+    const DictionaryEntry* entry = m_table.Find(m_idKeys[id]);
+    if (!entry)
+        return false;
+    key = m_idKeys[id];
+    value = entry->value;
+    return true;
+}
+
 void Dictionary::Insert(DictionaryEntry entry)
 {
     moveArrayToTable();
-    m_table.Insert(std::move(entry));
+    changed();
+    entry.id = static_cast<std::uint32_t>(m_idKeys.size());
+    const DictionaryEntry& stored = m_table.Insert(std::move(entry));
+    if (stored.id == m_idKeys.size())
+        m_idKeys.push_back(stored.key);
 }
 
 bool Dictionary::Remove(std::string_view key)
 {
     moveArrayToTable();
+    changed();
+    const DictionaryEntry* entry = m_table.Find(key);
+    if (!entry)
+        return false;
+    m_idKeys[entry->id].clear();
     return m_table.Remove(key);
 }
 
@@ -128,8 +164,11 @@ std::vector<std::string> Dictionary::Keys() const
     std::vector<std::string> keys;
     keys.reserve(NumKeys());
     if (m_array) {
-        for (std::size_t i = 0; i < m_array->Size(); ++i)
-            keys.emplace_back(m_array->Key(i));
+        std::string_view key;
+        for (std::size_t i = 0; i < m_array->Size(); ++i) {
+            if (m_array->Intact(i) && m_array->Key(i, key))
+                keys.emplace_back(key);
+        }
     } else {
         m_table.ForEach([&keys](const DictionaryEntry& e) { keys.push_back(e.key); });
     }
@@ -141,21 +180,49 @@ std::vector<std::pair<std::string, std::u16string>> Dictionary::Entries() const
     std::vector<std::pair<std::string, std::u16string>> entries;
     entries.reserve(NumKeys());
     if (m_array) {
-        for (std::size_t i = 0; i < m_array->Size(); ++i)
-            entries.emplace_back(m_array->Key(i), m_array->Value(i));
+        std::string_view key;
+        std::u16string value;
+        for (std::size_t i = 0; i < m_array->Size(); ++i) {
+            if (m_array->Key(i, key) && m_array->Value(i, value))
+                entries.emplace_back(key, value);
+        }
     } else {
         m_table.ForEach([&entries](const DictionaryEntry& e) { entries.emplace_back(e.key, e.value); });
     }
     return entries;
 }
 
+const char16_t* Dictionary::Keep(std::string cacheKey, std::u16string text) const
+{
+    const std::lock_guard<std::mutex> lock(m_resultLock);
+    return m_results.try_emplace(std::move(cacheKey), std::move(text)).first->second.c_str();
+}
+
+void Dictionary::changed()
+{
+    snapshotStale = true;
+    const std::lock_guard<std::mutex> lock(m_resultLock);
+    m_results.clear();
+}
+
 void Dictionary::moveArrayToTable()
 {
     if (!m_array)
         return;
+    // Array entries keep their index as id; a corrupt entry's id stays
+    // unused.
     const std::unique_ptr<FastArray> array = std::move(m_array);
-    for (std::size_t i = 0; i < array->Size(); ++i)
-        m_table.Insert({std::string(array->Key(i)), array->Value(i)});
+    m_idKeys.assign(array->Size(), std::string());
+    std::string_view key;
+    std::u16string value;
+    for (std::size_t i = 0; i < array->Size(); ++i) {
+        if (!array->Key(i, key) || !array->Value(i, value) || m_table.Find(key))
+            continue;
+        DictionaryEntry entry{std::string(key), value};
+        entry.id = static_cast<std::uint32_t>(i);
+        m_idKeys[i] = entry.key;
+        m_table.Insert(std::move(entry));
+    }
 }
 
 } // namespace quire_private

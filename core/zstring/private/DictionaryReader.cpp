@@ -2,6 +2,7 @@
 
 #include "PtUTF.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace quire_private {
@@ -60,7 +61,21 @@ bool MultibyteReader::NextLine(std::u16string& line)
         ++n;
     // UTF-8 never uses CR or LF bytes inside a sequence, so a line can be
     // split before decoding.
-    line = ptucsFromUtf8(std::string(begin, n));
+    const std::string bytes(begin, n);
+    line = ptucsFromUtf8(bytes);
+    m_damage = Damage::None;
+    m_damageColumn = 0;
+    const bool plainAscii = std::all_of(bytes.begin(), bytes.end(), [](unsigned char c) { return c != 0 && c < 0x80; });
+    if (!plainAscii) {
+        // Valid UTF-8 comes back unchanged from a round through UTF-16; the
+        // first byte that differs is the first one the decoding lost.
+        const std::string back = ptucsToUtf8(reinterpret_cast<const unsigned short*>(line.c_str()));
+        const auto lost = std::mismatch(bytes.begin(), bytes.end(), back.begin(), back.end()).first;
+        if (lost != bytes.end()) {
+            m_damage = *lost == 0 ? Damage::Nul : Damage::InvalidUtf8;
+            m_damageColumn = static_cast<std::size_t>(lost - bytes.begin()) + 1;
+        }
+    }
     std::size_t next = m_pos + n;
     if (next < m_size && m_data[next] == '\r' && next + 1 < m_size && m_data[next + 1] == '\n')
         ++next;

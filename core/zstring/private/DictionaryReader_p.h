@@ -22,12 +22,23 @@ public:
     // when no line is left.
     virtual bool NextLine(std::u16string& line) = 0;
 
+    // Whether the last line lost part of its bytes when it was decoded,
+    // with the 1-based byte column of the first one lost.
+    enum class Damage { None, InvalidUtf8, Nul };
+    Damage LineDamage(std::size_t& column) const
+    {
+        column = m_damageColumn;
+        return m_damage;
+    }
+
 protected:
     DictionaryReader(const unsigned char* data, std::size_t size) : m_data(data), m_size(size) {}
 
     const unsigned char* m_data;
     std::size_t m_size;
     std::size_t m_pos = 0;
+    Damage m_damage = Damage::None;
+    std::size_t m_damageColumn = 0;
 };
 
 class UnicodeReader : public DictionaryReader {
@@ -47,7 +58,9 @@ public:
     }
 };
 
-// 8-bit text in the system's default encoding, UTF-8.
+// 8-bit text in the system's default encoding, UTF-8. Invalid sequences
+// are dropped and a NUL byte ends the line, as the converter does; the
+// line's damage says where.
 class MultibyteReader : public DictionaryReader {
 public:
     MultibyteReader(const unsigned char* data, std::size_t size) : DictionaryReader(data, size) {}

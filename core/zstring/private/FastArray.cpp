@@ -1,7 +1,6 @@
 #include "FastArray_p.h"
 
 #include "ByteOrder_p.h"
-#include "ByteRunKey_p.h"
 
 #include <algorithm>
 #include <cstring>
@@ -9,13 +8,6 @@
 #include <stdexcept>
 
 namespace quire_private {
-
-namespace {
-
-// Bucket indexes are stored in 2 bytes, so no file can use more buckets.
-constexpr std::uint32_t kMaxBuckets = 65536;
-
-} // namespace
 
 FastArray::ReadResult FastArray::Read(const unsigned char* data, std::size_t size, bool bigEndian,
                                       std::uint32_t expectedId, std::shared_ptr<const void> owner)
@@ -36,131 +28,112 @@ FastArray::ReadResult FastArray::Read(const unsigned char* data, std::size_t siz
         return ReadResult::Ignored;
     const std::uint32_t keyTotal = c.U32();
     const std::uint32_t valueTotal = c.U32();
-    if (!c.Ok() || modulus > kMaxBuckets || nonEmpty > modulus || nonEmpty > count
+    if (!c.Ok() || modulus > kBinaryBuckets || nonEmpty > modulus || nonEmpty > count
         || (count != 0 && nonEmpty == 0))
         return ReadResult::Malformed;
-    // Every count is checked against the bytes present before anything is
-    // allocated from it.
     const std::uint64_t need = std::uint64_t(count) * 16 + keyTotal + 2 * std::uint64_t(valueTotal)
         + std::uint64_t(nonEmpty) * 6;
     if (need > c.Left())
         return ReadResult::Malformed;
 
-    std::vector<Entry> entries(count);
-    for (auto& e : entries)
-        e.keyOffset = c.U32();
-    for (auto& e : entries) {
-        e.keyLength = c.U16();
-        if (std::uint64_t(e.keyOffset) + e.keyLength > keyTotal)
-            return ReadResult::Malformed;
-    }
-    for (auto& e : entries)
-        e.valueOffset = c.U32();
-    for (auto& e : entries) {
-        e.valueLength = c.U16();
-        if (std::uint64_t(e.valueOffset) + e.valueLength > valueTotal)
-            return ReadResult::Malformed;
-    }
-    const unsigned char* keys = c.Here();
-    c.Skip(keyTotal);
-    const unsigned char* values = c.Here();
-    c.Skip(2 * std::size_t(valueTotal));
+    const unsigned char* p = c.Here();
+    m_keyOffsets = p;
+    m_keyLengths = m_keyOffsets + 4 * std::size_t(count);
+    m_valueOffsets = m_keyLengths + 2 * std::size_t(count);
+    m_valueLengths = m_valueOffsets + 4 * std::size_t(count);
+    m_keys = m_valueLengths + 2 * std::size_t(count);
+    m_values = m_keys + keyTotal;
+    const unsigned char* bucketIndex = m_values + 2 * std::size_t(valueTotal);
+    const unsigned char* bucketCount = bucketIndex + 2 * std::size_t(nonEmpty);
+    m_ids = bucketCount + 4 * std::size_t(nonEmpty);
+    m_swap = bigEndian != HostIsBigEndian();
 
-    std::vector<std::uint16_t> bucketIndex(nonEmpty);
-    for (std::uint32_t i = 0; i < nonEmpty; ++i) {
-        bucketIndex[i] = c.U16();
-        if (bucketIndex[i] >= modulus || (i > 0 && bucketIndex[i] <= bucketIndex[i - 1]))
-            return ReadResult::Malformed;
-    }
-    std::vector<std::uint32_t> bucketStart(std::size_t(modulus) + 1, 0);
+    // The directory names each non-empty bucket in rising order with its
+    // entry count; empty buckets start where the next one does.
     std::uint64_t total = 0;
+    std::uint32_t next = 0;
     for (std::uint32_t i = 0; i < nonEmpty; ++i) {
-        const std::uint32_t n = c.U32();
-        total += n;
-        if (n == 0 || total > count)
+        const std::uint32_t bucket = u16(bucketIndex + 2 * std::size_t(i));
+        const std::uint32_t n = u32(bucketCount + 4 * std::size_t(i));
+        if (bucket >= modulus || bucket < next || n == 0 || total + n > count)
             return ReadResult::Malformed;
-        bucketStart[std::size_t(bucketIndex[i]) + 1] = n;
+        while (next <= bucket)
+            m_bucketStart[next++] = static_cast<std::uint32_t>(total);
+        total += n;
     }
     if (total != count)
         return ReadResult::Malformed;
-    for (std::size_t b = 1; b < bucketStart.size(); ++b)
-        bucketStart[b] += bucketStart[b - 1];
-    std::vector<std::uint32_t> ids(count);
-    for (auto& i : ids) {
-        i = c.U32();
-        if (i >= count)
-            return ReadResult::Malformed;
-    }
-    if (!c.Ok())
-        return ReadResult::Malformed;
+    while (next <= modulus)
+        m_bucketStart[next++] = count;
 
-    // The key hash looks at only every step-th byte, so keys that differ
-    // elsewhere crowd into few buckets; our writer sorts each bucket so a
-    // lookup can search it by halves. Files sorted otherwise are scanned.
-    auto keyAt = [&](std::uint32_t id) {
-        return std::string_view(reinterpret_cast<const char*>(keys) + entries[id].keyOffset,
-                                entries[id].keyLength);
-    };
-    bool sorted = true;
-    for (std::size_t b = 0; sorted && b < modulus; ++b) {
-        for (std::uint32_t j = bucketStart[b] + 1; j < bucketStart[b + 1]; ++j) {
-            if (!(keyAt(ids[j - 1]) < keyAt(ids[j]))) {
-                sorted = false;
-                break;
-            }
-        }
-    }
-
-    m_sortedBuckets = sorted;
     m_owner = std::move(owner);
-    m_keys = keys;
-    m_values = values;
-    m_swapValues = bigEndian != HostIsBigEndian();
+    m_count = count;
+    m_keyTotal = keyTotal;
+    m_valueTotal = valueTotal;
     m_modulus = modulus;
-    m_entries.swap(entries);
-    m_bucketStart.swap(bucketStart);
-    m_ids.swap(ids);
+    m_sortedBuckets = id == kFastArrayId;
     return ReadResult::Ok;
+}
+
+std::uint64_t FastArray::bucketOf(std::string_view key) const
+{
+    return m_modulus == kBinaryBuckets ? ByteRunKey::Hash<kBinaryBuckets>(key) : ByteRunKey::Hash(key, m_modulus);
 }
 
 long FastArray::Find(std::string_view key) const
 {
     if (m_modulus == 0)
         return -1;
-    const std::uint64_t bucket = ByteRunKey::Hash(key, m_modulus);
+    const std::uint64_t bucket = bucketOf(key);
+    std::uint32_t lo = m_bucketStart[bucket];
+    std::uint32_t hi = m_bucketStart[bucket + 1];
+    std::string_view candidate;
     if (m_sortedBuckets) {
-        const auto first = m_ids.begin() + m_bucketStart[bucket];
-        const auto last = m_ids.begin() + m_bucketStart[bucket + 1];
-        const auto it = std::lower_bound(first, last, key,
-                                         [this](std::uint32_t id, std::string_view k) { return Key(id) < k; });
-        return it != last && Key(*it) == key ? static_cast<long>(*it) : -1;
+        while (lo < hi) {
+            const std::uint32_t mid = lo + (hi - lo) / 2;
+            if (!Key(mid, candidate))
+                return -1;
+            const int order = candidate.compare(key);
+            if (order == 0)
+                return static_cast<long>(mid);
+            if (order < 0)
+                lo = mid + 1;
+            else
+                hi = mid;
+        }
+        return -1;
     }
-    for (std::uint32_t j = m_bucketStart[bucket]; j < m_bucketStart[bucket + 1]; ++j) {
-        const std::uint32_t id = m_ids[j];
-        const Entry& e = m_entries[id];
-        if (e.keyLength == key.size() && std::memcmp(m_keys + e.keyOffset, key.data(), key.size()) == 0)
-            return static_cast<long>(id);
+    for (; lo < hi; ++lo) {
+        const std::uint32_t index = u32(m_ids + 4 * std::size_t(lo));
+        if (Key(index, candidate) && candidate == key)
+            return static_cast<long>(index);
     }
     return -1;
 }
 
-std::string_view FastArray::Key(std::size_t index) const
+bool FastArray::Intact(std::size_t index) const
 {
-    const Entry& e = m_entries[index];
-    return {reinterpret_cast<const char*>(m_keys) + e.keyOffset, e.keyLength};
+    std::string_view key;
+    return Key(index, key)
+        && std::uint64_t(u32(m_valueOffsets + 4 * index)) + u16(m_valueLengths + 2 * index) <= m_valueTotal;
 }
 
-std::u16string FastArray::Value(std::size_t index) const
+bool FastArray::Value(std::size_t index, std::u16string& value) const
 {
-    const Entry& e = m_entries[index];
-    std::u16string value(e.valueLength, u'\0');
+    if (index >= m_count)
+        return false;
+    const std::uint32_t offset = u32(m_valueOffsets + 4 * index);
+    const std::uint16_t length = u16(m_valueLengths + 2 * index);
+    if (std::uint64_t(offset) + length > m_valueTotal)
+        return false;
+    value.resize(length);
     // The value section need not be 2-byte aligned: copy, never cast.
-    std::memcpy(value.data(), m_values + 2 * std::size_t(e.valueOffset), 2 * std::size_t(e.valueLength));
-    if (m_swapValues) {
+    std::memcpy(value.data(), m_values + 2 * std::size_t(offset), 2 * std::size_t(length));
+    if (m_swap) {
         for (auto& unit : value)
-            unit = static_cast<char16_t>((unit >> 8) | (unit << 8));
+            unit = static_cast<char16_t>(__builtin_bswap16(unit));
     }
-    return value;
+    return true;
 }
 
 std::string FastArray::Serialize2(std::vector<std::pair<std::string_view, std::u16string_view>> entries,

@@ -6,8 +6,6 @@
 
 namespace quire_private {
 
-HashTable::HashTable() : m_buckets(kBinaryBuckets) {}
-
 namespace {
 
 // Buckets are kept sorted by key: the key hash samples only every step-th
@@ -21,26 +19,37 @@ bool keyLess(const DictionaryEntry& e, std::string_view key)
 
 const DictionaryEntry* HashTable::Find(std::string_view key) const
 {
+    if (m_buckets.empty())
+        return nullptr;
     const auto& bucket = m_buckets[ByteRunKey::Hash(key, m_buckets.size())];
     const auto it = std::lower_bound(bucket.begin(), bucket.end(), key, keyLess);
     return it != bucket.end() && it->key == key ? &*it : nullptr;
 }
 
-void HashTable::Insert(DictionaryEntry entry)
+const DictionaryEntry& HashTable::Insert(DictionaryEntry entry)
 {
+    // The buckets are made on first use: a dictionary read from a binary
+    // file never needs them.
+    if (m_buckets.empty())
+        m_buckets.resize(kBinaryBuckets);
     auto& bucket = m_buckets[ByteRunKey::Hash(entry.key, m_buckets.size())];
     const auto it = std::lower_bound(bucket.begin(), bucket.end(), std::string_view(entry.key), keyLess);
     if (it != bucket.end() && it->key == entry.key) {
         it->value = std::move(entry.value);
-        return;
+        return *it;
     }
-    bucket.insert(it, std::move(entry));
-    if (++m_size > 4 * m_buckets.size())
-        grow();
+    const auto inserted = bucket.insert(it, std::move(entry));
+    if (++m_size <= 4 * m_buckets.size())
+        return *inserted;
+    const std::string key = inserted->key;
+    grow();
+    return *Find(key);
 }
 
 bool HashTable::Remove(std::string_view key)
 {
+    if (m_buckets.empty())
+        return false;
     auto& bucket = m_buckets[ByteRunKey::Hash(key, m_buckets.size())];
     const auto it = std::lower_bound(bucket.begin(), bucket.end(), key, keyLess);
     if (it == bucket.end() || it->key != key)

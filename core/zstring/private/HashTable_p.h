@@ -11,11 +11,13 @@ namespace quire_private {
 
 class HashTable {
 public:
-    HashTable();
+    HashTable() = default;
 
     const DictionaryEntry* Find(std::string_view key) const;
-    // Adds entry, replacing an entry with the same key.
-    void Insert(DictionaryEntry entry);
+    // Adds entry, or replaces the value of the entry with the same key,
+    // which keeps its id. Returns the stored entry, valid until the next
+    // change.
+    const DictionaryEntry& Insert(DictionaryEntry entry);
     bool Remove(std::string_view key);
     std::size_t Size() const { return m_size; }
     bool Empty() const { return m_size == 0; }

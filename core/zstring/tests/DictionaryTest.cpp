@@ -204,6 +204,9 @@ TEST(ZString, GetUnicodeCopiesWithTerminator)
     EXPECT_EQ(z.GetUnicode(buffer, 3), 2u);
     EXPECT_EQ(std::u16string(buffer), u"Ha");
     EXPECT_EQ(z.GetUnicode(buffer, 0), 0u);
+    // Access-key markers stay unless asked otherwise.
+    EXPECT_EQ(quire::ZString(u"&Ja").GetUnicode(buffer, 8), 3u);
+    EXPECT_EQ(std::u16string(buffer), u"&Ja");
 }
 
 TEST(ZSLibraryVersion, IsFourOne)
@@ -213,4 +216,151 @@ TEST(ZSLibraryVersion, IsFourOne)
     quire::ZSLibraryVersion(major, minor);
     EXPECT_EQ(major, 4);
     EXPECT_EQ(minor, 1);
+}
+
+TEST(Dictionary, NumericIdsFollowTheirEntries)
+{
+    Dictionary d;
+    d.Add("/A", u"eins", 4);
+    d.Add("/B", u"zwei", 4);
+    const quire::ZStringId a = d.GetNumericId("$$$/A=default");
+    const quire::ZStringId b = d.GetNumericId("/B");
+    ASSERT_NE(a, quire::kNoZStringId);
+    ASSERT_NE(b, quire::kNoZStringId);
+    EXPECT_NE(a, b);
+    EXPECT_EQ(d.GetNumericId("/Missing"), quire::kNoZStringId);
+    EXPECT_EQ(d.GetNumericId("$$/A"), quire::kNoZStringId);
+    EXPECT_EQ(d.GetStringId(b), "/B");
+
+    d.Add("/A", u"uno^n", 5); // a new value keeps the id
+    EXPECT_EQ(d.GetNumericId("/A"), a);
+    EXPECT_EQ(d.Lookup(a).Text(), u"uno\n");
+
+    EXPECT_TRUE(d.Remove(a));
+    EXPECT_FALSE(d.ValidId(a));
+    EXPECT_FALSE(d.Remove(a));
+    EXPECT_FALSE(d.HasKey("/A"));
+    EXPECT_TRUE(d.Lookup(a).IsEmpty());
+    EXPECT_EQ(d.GetStringId(a), "");
+    d.Add("/A", u"wieder", 6); // ids are never reused
+    EXPECT_NE(d.GetNumericId("/A"), a);
+    EXPECT_FALSE(d.ValidId(quire::kNoZStringId));
+    EXPECT_TRUE(d.ValidId(b));
+}
+
+TEST(Dictionary, IdsOfABinaryFileSurviveAChange)
+{
+    Dictionary source;
+    for (int i = 0; i < 50; ++i) {
+        const std::string key = "/K" + std::to_string(i);
+        const std::u16string value = u"v" + std::u16string(key.begin(), key.end());
+        source.Add(key.c_str(), value.data(), value.size());
+    }
+    std::ostringstream out;
+    source.Serialize(out);
+    Dictionary d;
+    ASSERT_TRUE(d.Read(out.str().data(), out.str().size(), true));
+    std::vector<quire::ZStringId> ids;
+    for (int i = 0; i < 50; ++i) {
+        const std::string key = "/K" + std::to_string(i);
+        ids.push_back(d.GetNumericId(key.c_str()));
+        ASSERT_TRUE(d.ValidId(ids.back())) << key;
+        EXPECT_EQ(d.GetStringId(ids.back()), key);
+    }
+    EXPECT_FALSE(d.ValidId(50));
+    d.Add("/New", u"neu", 3); // moves the entries into the table
+    for (int i = 0; i < 50; ++i) {
+        const std::string key = "/K" + std::to_string(i);
+        EXPECT_EQ(d.GetNumericId(key.c_str()), ids[i]) << key;
+        EXPECT_EQ(d.Lookup(ids[i]).Text(), u"v" + std::u16string(key.begin(), key.end()));
+    }
+    EXPECT_TRUE(d.Remove(ids[7]));
+    EXPECT_FALSE(d.HasKey("/K7"));
+    EXPECT_EQ(d.NumKeys(), 50u);
+}
+
+TEST(Dictionary, AcceleratorOfWhatTheUserSees)
+{
+    Dictionary d;
+    d.Add("/Yes", u"&Ja", 3);
+    d.Add("/Both", u"R&&D &Test", 10);
+    d.Add("/None", u"Nichts &", 8);
+    d.Add("/Hat", u"&^e", 3);
+    struct Row {
+        const char* literal;
+        char16_t key;
+    };
+    const Row rows[] = {
+        {"$$$/Yes=&Yes", u'J'},         // the stored value wins
+        {"$$$/Missing=&Cancel", u'C'},  // else the default text
+        {"$$$/Both=x", u'T'},
+        {"$$$/None=&No", 0},
+        {"$$$/Hat=x", u'\u00e9'},
+        {"$$$/Missing=A&&B", 0},
+        {"$$/Bad=&X", 0},
+        {nullptr, 0},
+    };
+    for (const Row& row : rows)
+        EXPECT_EQ(d.Accelerator(row.literal), row.key) << (row.literal ? row.literal : "null");
+    EXPECT_EQ(d.Accelerator(d.GetNumericId("/Yes")), u'J');
+    EXPECT_EQ(d.Accelerator(quire::kNoZStringId), 0);
+}
+
+TEST(Dictionary, Utf8KeyMatchesAnEightBitLine)
+{
+    const Dictionary fromLine = fromText("$$$/Caf\xc3\xa9/\xe6\x97\xa5=line\n");
+    Dictionary added;
+    EXPECT_TRUE(added.Add("$$$/Caf\xc3\xa9/\xe6\x97\xa5=default", u"added", 5, quire::Encoding::UTF8));
+    EXPECT_TRUE(added.Add("/Caf\xc3\xa9", u"raw", 3));
+    // é narrows to 0xE9 and 日 (U+65E5) to 0xE5, as the reader narrows them.
+    const char narrowed[] = "/Caf\xe9/\xe5";
+    EXPECT_TRUE(fromLine.HasKey(narrowed));
+    EXPECT_TRUE(added.HasKey(narrowed));
+    EXPECT_TRUE(added.HasKey("/Caf\xc3\xa9"));
+    EXPECT_EQ(added.NumKeys(), 2u);
+    EXPECT_FALSE(added.Add("$$$=x", u"v", 1, quire::Encoding::UTF8));
+}
+
+TEST(Dictionary, LookupReturnUTF16PtrStaysUntilTheNextChange)
+{
+    Dictionary d;
+    d.Add("/K", u"Wert^n", 6);
+    const char16_t* stored = d.LookupReturnUTF16Ptr("$$$/K=x");
+    const char16_t* fallback = d.LookupReturnUTF16Ptr("$$$/Missing=caf\xc3\xa9 ^e", quire::Encoding::UTF8);
+    const char16_t* bytewise = d.LookupReturnUTF16Ptr("$$$/Missing=caf\xc3\xa9 ^e");
+    EXPECT_EQ(std::u16string(stored), u"Wert\n");
+    EXPECT_EQ(std::u16string(fallback), u"caf\u00e9 ^e");
+    EXPECT_EQ(std::u16string(bytewise), u"caf\u00c3\u00a9 \u00e9");
+    EXPECT_EQ(std::u16string(d.LookupReturnUTF16Ptr("$$/Bad=x")), u"");
+    EXPECT_EQ(std::u16string(d.LookupReturnUTF16Ptr(nullptr)), u"");
+    // Many more lookups must not move what was handed out.
+    for (int i = 0; i < 1000; ++i)
+        d.LookupReturnUTF16Ptr(("$$$/Other" + std::to_string(i) + "=x").c_str());
+    EXPECT_EQ(d.LookupReturnUTF16Ptr("$$$/K=x"), stored);
+    EXPECT_EQ(std::u16string(stored), u"Wert\n");
+    d.Add("/K", u"neu", 3);
+    EXPECT_EQ(std::u16string(d.LookupReturnUTF16Ptr("$$$/K=x")), u"neu");
+}
+
+TEST(ZString, GetUnicodeCanLeaveOutAccessKeyMarkers)
+{
+    struct Row {
+        std::u16string text;
+        std::u16string stripped;
+    };
+    const Row rows[] = {
+        {u"&Yes", u"Yes"}, {u"R&&D", u"R&D"}, {u"\u306f\u3044(&Y)", u"\u306f\u3044(Y)"},
+        {u"end&", u"end&"}, {u"&&&x", u"&x"}, {u"plain", u"plain"},
+    };
+    for (const Row& row : rows) {
+        const quire::ZString z(row.text);
+        std::vector<char16_t> buffer(z.GetUnicodeSize());
+        EXPECT_EQ(z.GetUnicode(buffer.data(), buffer.size(), true), row.stripped.size());
+        EXPECT_EQ(std::u16string(buffer.data()), row.stripped);
+        EXPECT_EQ(z.GetUnicode(buffer.data(), buffer.size(), false), row.text.size());
+        EXPECT_EQ(std::u16string(buffer.data()), row.text);
+    }
+    char16_t small[3];
+    EXPECT_EQ(quire::ZString(u"&Abc").GetUnicode(small, 3, true), 2u);
+    EXPECT_EQ(std::u16string(small), u"Ab");
 }
