@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 
 #include <unistd.h>
@@ -152,12 +153,84 @@ TEST(PtPreferenceFile, ReadDistinguishesMissingFromCorruptAndWriteReplacesAtomic
         EXPECT_EQ(PtPreferenceFile::read(path).values.at(3).at("k").text, QStringLiteral("second"));
     }
     QFile::setPermissions(dir.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+}
 
-    QFile big(path);
-    ASSERT_TRUE(big.resize(PtPreferenceFile::kMaxFileSize + 1));
-    const auto tooBig = PtPreferenceFile::read(path);
-    EXPECT_EQ(tooBig.status, PtPreferenceFile::Status::Corrupt);
-    EXPECT_TRUE(tooBig.error.contains(QLatin1String("larger")));
+TEST(PtPreferenceFile, ReadTakesABufferTheSizeOfWhatTheFileHolds)
+{
+    // Regression: every read set aside a buffer of the largest allowed size
+    // and kept it for the parse, to read a file of 2 KB.
+    const QString shipped = QStringLiteral(TESSEL_SOURCE_DIR "/modules/preference_xml_parser/Resources/Preferences.xml");
+    QByteArray document;
+    QString error;
+    ASSERT_TRUE(PtPreferenceFile::readDocument(shipped, &document, &error)) << qPrintable(error);
+    EXPECT_EQ(document.size(), QFileInfo(shipped).size());
+    EXPECT_LT(document.capacity(), document.size() + 64);
+    const auto r = PtPreferenceFile::read(shipped);
+    ASSERT_EQ(r.status, PtPreferenceFile::Status::Loaded) << qPrintable(r.error);
+    EXPECT_EQ(r.values.at(3).at("CreateSubfoldersComboIndex").text, QStringLiteral("3"));
+}
+
+TEST(PtPreferenceFile, ReadStopsAtTheLimitWithAClearError)
+{
+    QTemporaryDir dir;
+    const auto sized = [&dir](qint64 size) {
+        const QString path = dir.filePath(QStringLiteral("sized-%1").arg(size));
+        QFile f(path);
+        f.open(QIODevice::WriteOnly);
+        f.resize(size);
+        return path;
+    };
+    const QString limitText = QStringLiteral("larger than %1 bytes").arg(PtPreferenceFile::kMaxFileSize);
+    const struct {
+        const char* name;
+        QString path;
+        bool ok;
+        QString error; // a part of the reason given
+    } rows[] = {
+        {"at the limit", sized(PtPreferenceFile::kMaxFileSize), true, {}},
+        {"one past the limit", sized(PtPreferenceFile::kMaxFileSize + 1), false, limitText},
+        {"far past the limit", sized(PtPreferenceFile::kMaxFileSize * 70), false, limitText},
+        // A device says it holds nothing and never ends.
+        {"endless device", QStringLiteral("/dev/zero"), false, limitText},
+        {"a folder", dir.path(), false, QStringLiteral("directory")},
+    };
+    for (const auto& row : rows) {
+        QByteArray document;
+        QString error;
+        EXPECT_EQ(PtPreferenceFile::readDocument(row.path, &document, &error), row.ok) << row.name;
+        if (row.ok) {
+            EXPECT_EQ(document.size(), PtPreferenceFile::kMaxFileSize) << row.name;
+        } else {
+            EXPECT_TRUE(error.contains(row.error)) << row.name << ": " << qPrintable(error);
+            const auto r = PtPreferenceFile::read(row.path);
+            EXPECT_EQ(r.status, PtPreferenceFile::Status::Corrupt) << row.name;
+            EXPECT_EQ(r.error, error) << row.name;
+        }
+    }
+}
+
+TEST(PtPreferenceFile, WriteRefusesADocumentItCouldNotReadBack)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("Preferences.xml"));
+    PtPreferenceValues values;
+    values[3]["k"] = text(QStringLiteral("kept"));
+    QString error;
+    ASSERT_TRUE(PtPreferenceFile::write(path, values, &error)) << qPrintable(error);
+
+    // Just under the limit once written, then just over it.
+    const int overhead = PtPreferenceFile::serialize(values).size() - 4;
+    const int fits = int(PtPreferenceFile::kMaxFileSize) - overhead;
+    values[3]["k"] = text(QString(fits, QLatin1Char('x')));
+    ASSERT_EQ(PtPreferenceFile::serialize(values).size(), PtPreferenceFile::kMaxFileSize);
+    ASSERT_TRUE(PtPreferenceFile::write(path, values, &error)) << qPrintable(error);
+    EXPECT_EQ(PtPreferenceFile::read(path).values.at(3).at("k").text.size(), fits);
+
+    values[3]["k"] = text(QString(fits + 1, QLatin1Char('x')));
+    EXPECT_FALSE(PtPreferenceFile::write(path, values, &error));
+    EXPECT_TRUE(error.contains(QStringLiteral("more than the %1").arg(PtPreferenceFile::kMaxFileSize)))
+        << qPrintable(error);
+    EXPECT_EQ(PtPreferenceFile::read(path).values.at(3).at("k").text.size(), fits) << "the old file stays";
 }
 
 TEST(PtPreferenceFile, KeysArePrintableAsciiUpTo255Characters)
