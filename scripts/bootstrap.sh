@@ -11,6 +11,7 @@ packages=(
   qtbase5-dev qttools5-dev qtdeclarative5-dev qml-module-qtquick2
   libssl-dev libraw-dev libtiff-dev
   xvfb xauth gettext
+  fonts-dejavu-core fonts-ipafont-gothic  # the screenshots: Latin and Japanese text
 )
 missing=()
 for p in "${packages[@]}"; do
