@@ -7,6 +7,8 @@
 
 #include <unistd.h>
 
+#include <map>
+
 #include "PtPreferenceFile.h"
 
 namespace {
@@ -124,6 +126,48 @@ TEST(PtPreferenceFile, CommentsAndWhiteSpaceAroundTheDocumentAreFine)
         " <domain id=\"3\"> <value key=\"k\" type=\"text\">v</value> </domain>\n</preferences>\n<!-- e -->\n");
     ASSERT_EQ(r.status, PtPreferenceFile::Status::Loaded) << qPrintable(r.error);
     EXPECT_EQ(r.values.at(3).at("k").text, QStringLiteral("v"));
+}
+
+TEST(PtPreferenceFile, SeedDocumentsReadAsTheirNamesSay)
+{
+    // The fuzzer's seeds double as a catalogue of the XML forms the reader
+    // meets: entities, character references, CDATA, comments, a declared
+    // entity, UTF-16, CR LF line ends. Those named rejected_* must be Corrupt.
+    const QDir seeds(QStringLiteral(TESSEL_SOURCE_DIR "/modules/preference_xml_parser/tests/fuzz/preference_file_fuzzer"));
+    const QStringList names = seeds.entryList(QDir::Files, QDir::Name);
+    ASSERT_GE(names.size(), 8);
+    std::map<QString, PtPreferenceFile::ReadResult> results;
+    for (const QString& name : names) {
+        const auto r = PtPreferenceFile::read(seeds.filePath(name));
+        const bool rejected = name.startsWith(QLatin1String("rejected_"));
+        EXPECT_EQ(r.status, rejected ? PtPreferenceFile::Status::Corrupt : PtPreferenceFile::Status::Loaded)
+            << qPrintable(name) << ": " << qPrintable(r.error);
+        results[name] = r;
+    }
+    const struct {
+        const char* file;
+        int domain;
+        const char* key;
+        const char* value; // UTF-8
+    } rows[] = {
+        {"entities.xml", 3, "Markup", "<a href=\"x\">&'</a>"},
+        {"entities.xml", 3, "Refs", "AB\xE2\x98\xBA\xF0\x9F\x93\xB7"},
+        {"entities.xml", 3, "Location", "/home/user/Pictures/2024"},
+        {"entities.xml", 3, "Attr&Key", "1"},
+        {"cdata_and_comments.xml", 3, "Pattern", "0#\"\"#-1#-1|$%4#\"1\"#-1#6 <not markup> & "},
+        {"cdata_and_comments.xml", 3, "Split", "abcd"},
+        {"every_value_form.xml", 3, "TextLines", "a\r\nb"},
+        {"line_ends.xml", 3, "k", "  spaced\n  "},
+        {"utf16.xml", 3, "k", "\xE6\x97\xA5\xE6\x9C\xAC"},
+        {"several_domains.xml", -7, "a", "x"},
+        {"several_domains.xml", 12, "c", "z"},
+        {"shipped_defaults.xml", 3, "BatchRenamePreference", "0#\"\"#-1#-1|$%6#\"\"#6#11|$%0#\"_\"#-1#-1|$%4#\"1\"#-1#6"},
+    };
+    for (const auto& row : rows) {
+        const auto& values = results[QString::fromLatin1(row.file)].values;
+        ASSERT_TRUE(values.count(row.domain) && values.at(row.domain).count(row.key)) << row.file << " " << row.key;
+        EXPECT_EQ(values.at(row.domain).at(row.key).asBytes(), QByteArray(row.value)) << row.file << " " << row.key;
+    }
 }
 
 TEST(PtPreferenceFile, ReadDistinguishesMissingFromCorruptAndWriteReplacesAtomically)
