@@ -15,6 +15,8 @@
 
 int main(int argc, char** argv)
 {
+    // Line by line: a run takes minutes and is often watched through a pipe.
+    std::setvbuf(stdout, nullptr, _IOLBF, 0);
     int copyRounds = 6;
     int uniqueRounds = 20;
     QString only;
