@@ -92,11 +92,14 @@ class Candidates {
 class FolderLookup {
  public:
     explicit FolderLookup(const QString& folder)
-        : m_path(pathBytes(folder)), m_mayOpen(!folder.contains(QChar(0)))
+        : m_mayOpen(!folder.contains(QChar(0)))
     {
+        // Room for the folder and a name in one allocation: at most three
+        // bytes per UTF-16 unit.
+        m_path.reserve(std::size_t(folder.size()) * 3 + 80);
+        m_path += pathBytes(folder);
         m_path.push_back('/');
         m_prefixLength = m_path.size();
-        m_path.reserve(m_prefixLength + 64);
     }
     ~FolderLookup()
     {
