@@ -183,10 +183,19 @@ bool PtXmlPreferences::store(int domain, const char* key, PtPreferenceValue valu
         if (m_userFolder.isEmpty() || !ptIsPreferenceKey(key))
             return false;
         const PtPreferenceValue* held = find(domain, key);
-        if (!held || !(*held == value)) {
-            m_values[domain][key] = std::move(value);
-            m_dirty = true;
+        if (held && *held == value)
+            return save();
+        // A value that would take the file past what it may hold is refused
+        // here and now; kept in memory it would make every later write fail.
+        PtPreferenceValues next = m_values;
+        next[domain][key] = std::move(value);
+        if (PtPreferenceFile::serialize(next).size() > PtPreferenceFile::kMaxFileSize) {
+            std::fprintf(stderr, "preference_xml_parser: value %s refused: the preferences would exceed %lld bytes\n",
+                         key, static_cast<long long>(PtPreferenceFile::kMaxFileSize));
+            return false;
         }
+        m_values = std::move(next);
+        m_dirty = true;
         return save();
     } catch (const std::bad_alloc&) {
         return false;
