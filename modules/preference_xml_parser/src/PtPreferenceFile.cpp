@@ -315,9 +315,13 @@ QByteArray serialize(const PtPreferenceValues& values)
 
 bool write(const QString& path, const PtPreferenceValues& values, QString* error)
 {
+    return writeDocument(path, serialize(values), error);
+}
+
+bool writeDocument(const QString& path, const QByteArray& document, QString* error)
+{
     // QSaveFile writes beside the target, syncs it to disk on commit and
     // renames it over the target; a crash before the rename leaves the old file.
-    const QByteArray document = serialize(values);
     if (document.size() > kMaxFileSize) {
         if (error)
             *error = QStringLiteral("the preferences would take %1 bytes, more than the %2 a preference file may hold")

@@ -70,5 +70,7 @@ QByteArray serialize(const PtPreferenceValues& values);
 // it would not read back. On failure the old file is untouched and *error (if
 // given) says why.
 bool write(const QString& path, const PtPreferenceValues& values, QString* error);
+// The same for a document already serialized.
+bool writeDocument(const QString& path, const QByteArray& document, QString* error);
 
 } // namespace PtPreferenceFile

@@ -186,6 +186,14 @@ TEST_F(PtPreferenceModule, AValueTooLargeForTheFileIsRefusedAndBlocksNothing)
     EXPECT_STREQ(kept, "") << "the old value stays";
 
     ASSERT_TRUE(store->SetString(3, "RenameFilesComboIndex", up(u"2"))) << "later writes go through";
+
+    // In an update the whole update is refused, at its end.
+    store->BeginUpdate();
+    EXPECT_TRUE(store->SetString(3, "QuickViewerMode", up(u"5")));
+    EXPECT_TRUE(store->SetBytes(3, "MobileFolderSetting", huge.data(), unsigned(huge.size())));
+    EXPECT_FALSE(store->EndUpdate());
+    EXPECT_EQ(readString(store, "QuickViewerMode"), QStringLiteral("1"));
+    EXPECT_EQ(readString(store, "RenameFilesComboIndex"), QStringLiteral("2"));
     store->Release();
     const auto onDisk = PtPreferenceFile::read(userFile());
     ASSERT_EQ(onDisk.status, PtPreferenceFile::Status::Loaded) << qPrintable(onDisk.error);
