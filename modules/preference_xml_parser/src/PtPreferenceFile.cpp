@@ -42,7 +42,8 @@ bool isPlainXmlText(const QString& text) { return !hasControlCharacter(text) && 
 
 bool decodeUtf8(const QByteArray& bytes, QString* out)
 {
-    QTextCodec::ConverterState state;
+    // A leading byte-order mark is part of the value, not a header to drop.
+    QTextCodec::ConverterState state(QTextCodec::IgnoreHeader);
     *out = QTextCodec::codecForName("UTF-8")->toUnicode(bytes.constData(), bytes.size(), &state);
     return state.invalidChars == 0 && state.remainingChars == 0;
 }

@@ -48,6 +48,9 @@ TEST(PtPreferenceFile, EveryValueSurvivesTheRoundTrip)
         {"Pattern", bytes("0#\"\"#-1#-1|$%6#\"\"#6#11|$%0#\"_\"#-1#-1|$%4#\"1\"#-1#6")},
         {"NotUtf8", bytes(QByteArray("\xFF\xFE\x80ok", 5))},
         {"NulBytes", bytes(QByteArray("a\0b", 3))},
+        // Regression: a leading byte-order mark was taken for a header and lost.
+        {"LeadingBom", bytes("\xEF\xBB\xBF" "2")},
+        {"LeadingBomText", text(QString(QChar(0xFEFF)) + QStringLiteral("2"))},
         {"EmptyBytes", bytes({})},
         {"With Space", bytes("x")},
     };
