@@ -14,6 +14,7 @@ packages=(
   libimage-exiftool-perl libraw-bin
   xvfb xauth gettext
   llvm-14
+  fonts-dejavu-core fonts-ipafont-gothic  # the screenshots: Latin and Japanese text
 )
 missing=()
 for p in "${packages[@]}"; do

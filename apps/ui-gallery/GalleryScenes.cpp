@@ -83,6 +83,14 @@ std::vector<GalleryScene> galleryScenes()
         dialog->setProgress(5);
         return std::unique_ptr<QWidget>(std::move(dialog));
     }, nullptr});
+    // The end of the scale: the bar stays full until the work closes the dialog.
+    scenes.push_back({QStringLiteral("progress_complete"), [] {
+        auto dialog = std::make_unique<PtProgressDialog>(
+            nullptr, z("$$$/AppSource/DeleteProgress/DeleteCaption=Deleting Photos..."),
+            z("$$$/AppSource/DeleteProgress/Cancel=Cancel"), 4);
+        dialog->setProgress(4);
+        return std::unique_ptr<QWidget>(std::move(dialog));
+    }, nullptr});
     scenes.push_back({QStringLiteral("dng_settings"), [] {
         return std::unique_ptr<QWidget>(std::make_unique<DNGConversionDlg>(nullptr, false, false, true, 1));
     }, nullptr});

@@ -22,6 +22,11 @@ PtProgressDialog::PtProgressDialog(QWidget* parent, const QString& labelText, co
 {
     setObjectName(QStringLiteral("pt progress dialog"));
     setModal(true);
+    // The bar's end belongs to the scale: left to itself the toolkit would
+    // reset the bar and hide the dialog the moment the value reached 500.
+    // The dialog's creator closes it.
+    setAutoReset(false);
+    setAutoClose(false);
 
     auto* cancelButton = new PtSelfDisablingCancelButton(this);
     setCancelButton(cancelButton);

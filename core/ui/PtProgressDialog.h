@@ -18,7 +18,8 @@ class PtProgressDialog : public QProgressDialog {
 public:
     // Range 0 to 500, a self-disabling cancel button with cancelText, and a
     // first level of `steps`. A non-empty label gets "..." appended unless it
-    // already holds it somewhere, and the window its product title.
+    // already holds it somewhere, and the window its product title. Reaching
+    // 500 neither resets the bar nor closes the dialog: its creator closes it.
     PtProgressDialog(QWidget* parent, const QString& labelText, const QString& cancelText, int steps);
     // Destroys every level still open.
     ~PtProgressDialog() override;

@@ -5,6 +5,8 @@
 #include <QFileInfo>
 
 #include <cerrno>
+#include <charconv>
+#include <string>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -13,6 +15,7 @@
 #include "AppFileCopy_p.h"
 #include "PtPath.h"
 #include "PtPlatformServices.h"
+#include "PtUTF.h"
 
 namespace {
 
@@ -21,18 +24,15 @@ constexpr QChar kSeparator = QLatin1Char('/');
 
 const unsigned short* units(const QString& s) { return s.utf16(); }
 
-QString candidateName(const QString& base, unsigned number)
+// The bytes that the platform's path calls make of `text`. Nothing after a
+// NUL reaches the file system; the NUL is kept so that a path put together
+// from pieces ends there as well.
+std::string pathBytes(const QString& text)
 {
-    const int dot = base.lastIndexOf(QLatin1Char('.'));
-    QString stem = dot < 0 ? base : base.left(dot);
-    const QString ext = dot < 0 ? QString() : base.mid(dot);
-    const QString num = QString::number(number);
-    const int total = stem.size() + ext.size() + num.size();
-    // A negative count keeps the whole base, extension included, as the
-    // stem: the long-name rule has always behaved so and names depend on it.
-    if (total >= 254)
-        stem = base.left(253 - total);
-    return stem + QLatin1Char('-') + num + ext;
+    std::string bytes = ptucsToUtf8(units(text));
+    if (text.contains(QChar(0)))
+        bytes.push_back('\0');
+    return bytes;
 }
 
 // The standard folders have always come back through a 256-byte path
@@ -51,30 +51,151 @@ QString cutToPathBuffer(const QString& folder)
     return QFile::decodeName(bytes);
 }
 
+// The candidates of one search as file names. Stem and extension are
+// converted to bytes once, when the first numbered name is asked for; from
+// one attempt to the next only the number changes. The long-name rule counts
+// UTF-16 units, as in the names the caller sees.
+class Candidates {
+ public:
+    explicit Candidates(const QString& base)
+        : m_base(base), m_dot(base.lastIndexOf(QLatin1Char('.'))), m_baseBytes(pathBytes(base))
+    {
+    }
+
+    // The name of an attempt, the base itself or numbered; valid until the next call.
+    const char* bytes(bool plain, unsigned number)
+    {
+        if (plain)
+            return m_baseBytes.c_str();
+        if (m_dot >= 0 && m_extBytes.empty()) {
+            m_stemBytes = pathBytes(m_base.left(m_dot));
+            m_extBytes = pathBytes(m_base.mid(m_dot));
+        }
+        char digits[16];
+        char* end = std::to_chars(digits, digits + sizeof digits, number).ptr;
+        // A negative count keeps the whole base, extension included, as the
+        // stem: the long-name rule has always behaved so and names depend on it.
+        m_name = isLong(int(end - digits)) || m_dot < 0 ? m_baseBytes : m_stemBytes;
+        m_name.push_back('-');
+        m_name.append(digits, std::size_t(end - digits));
+        m_name += m_extBytes;
+        return m_name.c_str();
+    }
+
+    // The same name as text, for the caller.
+    QString text(bool plain, unsigned number) const
+    {
+        if (plain)
+            return m_base;
+        const QString num = QString::number(number);
+        const QString stem = isLong(num.size()) || m_dot < 0 ? m_base : m_base.left(m_dot);
+        return stem + QLatin1Char('-') + num + (m_dot < 0 ? QString() : m_base.mid(m_dot));
+    }
+
+ private:
+    bool isLong(int numberLength) const { return m_base.size() + numberLength >= 254; }
+
+    const QString m_base;
+    const int m_dot;
+    const std::string m_baseBytes;
+    std::string m_stemBytes, m_extBytes, m_name;
+};
+
+// Looks names up in the folder: the existence probe, the exclusive create
+// and the unlink of the rule. They go by full path until useHandle; from
+// then on through a handle on the folder, so that a long search does not
+// walk the folder's path again for every candidate. A folder that cannot be
+// opened, or whose text holds a NUL, stays with full paths.
+class FolderLookup {
+ public:
+    explicit FolderLookup(const QString& folder)
+        : m_mayOpen(!folder.contains(QChar(0)))
+    {
+        // Room for the folder and a name in one allocation: at most three
+        // bytes per UTF-16 unit.
+        m_path.reserve(std::size_t(folder.size()) * 3 + 80);
+        m_path += pathBytes(folder);
+        m_path.push_back('/');
+        m_prefixLength = m_path.size();
+    }
+    ~FolderLookup()
+    {
+        if (m_dir >= 0)
+            ::close(m_dir);
+    }
+    FolderLookup(const FolderLookup&) = delete;
+    FolderLookup& operator=(const FolderLookup&) = delete;
+
+    void useHandle()
+    {
+        if (m_dir < 0 && m_mayOpen)
+            m_dir = ::open(full(""), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    }
+    bool exists(const char* name)
+    {
+        return (m_dir >= 0 ? ::faccessat(m_dir, relative(name), F_OK, 0) : ::access(full(name), F_OK)) == 0;
+    }
+    int createExclusively(const char* name)
+    {
+        constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
+        return m_dir >= 0 ? ::openat(m_dir, relative(name), flags, 0600) : ::open(full(name), flags, 0600);
+    }
+    void remove(const char* name)
+    {
+        if (m_dir >= 0)
+            ::unlinkat(m_dir, relative(name), 0);
+        else
+            ::unlink(full(name));
+    }
+
+ private:
+    const char* full(const char* name)
+    {
+        m_path.resize(m_prefixLength);
+        m_path += name;
+        return m_path.c_str();
+    }
+    // "folder/" followed by nothing names the folder itself, and so does ".".
+    static const char* relative(const char* name) { return *name ? name : "."; }
+
+    std::string m_path; // the folder and its separator, then the name of the last call
+    std::size_t m_prefixLength;
+    const bool m_mayOpen;
+    int m_dir = -1;
+};
+
 } // namespace
 
 bool generateUniqueFileName(const QString& folder, const QString& name, QString& inOut, unsigned start,
                             bool alwaysNumber)
 {
     try {
-        const QString base = inOut.isEmpty() ? name : inOut;
-        const QString prefix = folder.trimmed() + kSeparator;
+        Candidates candidates(inOut.isEmpty() ? name : inOut);
+        FolderLookup folderLookup(folder.trimmed());
         unsigned number = start;
+        bool plain = false;
+        unsigned tried = start;
         for (int attempt = 0; attempt < kMaxAttempts; ++attempt) {
-            inOut = attempt == 0 && !alwaysNumber ? base : candidateName(base, number++);
-            const QString path = prefix + inOut;
-            if (!ptucsaccess(units(path), F_OK))
+            if (attempt == 1)
+                folderLookup.useHandle();
+            plain = attempt == 0 && !alwaysNumber;
+            tried = plain ? start : number++;
+            const char* file = candidates.bytes(plain, tried);
+            if (folderLookup.exists(file))
                 continue;
-            const int fd = ptucsopen(units(path), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+            const int fd = folderLookup.createExclusively(file);
             if (fd < 0) {
                 if (errno == EEXIST)
                     continue;
+                inOut = candidates.text(plain, tried);
                 return false;
             }
             ::close(fd);
-            ptucsunlink(units(path));
+            folderLookup.remove(file);
+            inOut = candidates.text(plain, tried);
             return true;
         }
+        inOut = candidates.text(plain, tried);
         return false;
     } catch (...) {
         return false;

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <QLabel>
+#include <QProgressBar>
 #include <QSignalSpy>
 #include <QTest>
 #include <QTimer>
@@ -79,7 +80,6 @@ TEST(PtProgressDialog, CombinesNestedLevelsIntoTheMasterValue)
     };
     for (const auto& row : rows) {
         auto dialog = makeDialog(row.levels.front().first);
-        dialog->setAutoReset(false);
         QSignalSpy spy(dialog.get(), &PtProgressDialog::signalProgressChanged);
         for (size_t i = 0; i < row.levels.size(); ++i) {
             if (i > 0)
@@ -91,6 +91,39 @@ TEST(PtProgressDialog, CombinesNestedLevelsIntoTheMasterValue)
         EXPECT_EQ(dialog->value(), row.expected);
         EXPECT_EQ(spy.size(), static_cast<int>(row.levels.size()));
     }
+}
+
+TEST(PtProgressDialog, TheEndOfTheScaleIsShownUntilTheCreatorCloses)
+{
+    // Regression: the toolkit's auto-reset and auto-close took the bar back to
+    // empty and hid the dialog as soon as the value reached the maximum.
+    auto dialog = makeDialog(2);
+    dialog->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(dialog.get()));
+    auto* bar = dialog->findChild<QProgressBar*>();
+    ASSERT_NE(bar, nullptr);
+
+    dialog->createProgressLevel(2);
+    const struct {
+        int step;
+        int newLevel;
+        bool finished;
+        int shown;
+    } calls[] = {{1, -1, false, 125}, {2, -1, false, 250}, {-1, -1, true, 250}, {1, -1, false, 250},
+                 {2, -1, false, 500}, {2, -1, false, 500}};
+    for (const auto& call : calls) {
+        ASSERT_TRUE(PtProgressDialog::progressCallback(dialog.get(), call.step, call.newLevel, call.finished));
+        EXPECT_EQ(bar->value(), call.shown) << call.step;
+        EXPECT_EQ(dialog->value(), call.shown) << call.step;
+    }
+    QTest::qWait(20);
+    EXPECT_EQ(bar->value(), 500);
+    EXPECT_EQ(bar->text(), QStringLiteral("100%"));
+    EXPECT_TRUE(dialog->isVisible()) << "reaching the end must not close the dialog";
+    EXPECT_FALSE(dialog->wasCanceled());
+
+    dialog->close();
+    EXPECT_FALSE(dialog->isVisible());
 }
 
 TEST(PtProgressDialog, CoefficientsMultiplyDownTheLevelsInFloat)
@@ -171,7 +204,6 @@ TEST(PtProgressDialog, CallbackDoesOneThingInPriorityOrder)
     };
     for (const auto& row : rows) {
         auto dialog = makeDialog(4);
-        dialog->setAutoReset(false);
         dialog->setProgress(2);
         dialog->createProgressLevel(2);
         dialog->setProgress(1);

@@ -1,10 +1,13 @@
 #include "PtPreferenceFile.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QSaveFile>
 #include <QTextCodec>
 #include <QXmlStreamReader>
 #include <QXmlStreamWriter>
+
+#include <algorithm>
 
 namespace {
 
@@ -39,7 +42,8 @@ bool isPlainXmlText(const QString& text) { return !hasControlCharacter(text) && 
 
 bool decodeUtf8(const QByteArray& bytes, QString* out)
 {
-    QTextCodec::ConverterState state;
+    // A leading byte-order mark is part of the value, not a header to drop.
+    QTextCodec::ConverterState state(QTextCodec::IgnoreHeader);
     *out = QTextCodec::codecForName("UTF-8")->toUnicode(bytes.constData(), bytes.size(), &state);
     return state.invalidChars == 0 && state.remainingChars == 0;
 }
@@ -229,26 +233,55 @@ bool ptIsPreferenceKey(const char* key)
 
 namespace PtPreferenceFile {
 
+bool readDocument(const QString& path, QByteArray* document, QString* error)
+{
+    const auto tooLarge = [error] {
+        *error = QStringLiteral("the file is larger than %1 bytes").arg(kMaxFileSize);
+        return false;
+    };
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
+        *error = file.errorString();
+        return false;
+    }
+    // The size is only a hint: a device reports 0 and a file may grow while
+    // it is read, so the loop stops at the limit whatever the hint said.
+    const qint64 hint = file.size();
+    if (hint > kMaxFileSize)
+        return tooLarge();
+    QByteArray bytes(int(hint) + 1, Qt::Uninitialized);
+    qint64 held = 0;
+    for (;;) {
+        if (held == bytes.size()) {
+            if (held > kMaxFileSize)
+                return tooLarge();
+            bytes.resize(int(std::min<qint64>(kMaxFileSize + 1, std::max<qint64>(held * 2, 4096))));
+        }
+        const qint64 got = file.read(bytes.data() + held, bytes.size() - held);
+        if (got < 0) {
+            *error = file.errorString();
+            return false;
+        }
+        if (got == 0)
+            break;
+        held += got;
+    }
+    if (held > kMaxFileSize)
+        return tooLarge();
+    bytes.resize(int(held));
+    bytes.squeeze();
+    *document = std::move(bytes);
+    return true;
+}
+
 ReadResult read(const QString& path)
 {
     ReadResult result;
-    QFile file(path);
-    if (!file.exists())
+    if (!QFileInfo::exists(path))
         return result;
-    if (!file.open(QIODevice::ReadOnly)) {
+    QByteArray document;
+    if (!readDocument(path, &document, &result.error)) {
         result.status = Status::Corrupt;
-        result.error = file.errorString();
-        return result;
-    }
-    if (file.size() > kMaxFileSize) {
-        result.status = Status::Corrupt;
-        result.error = QStringLiteral("the file is larger than %1 bytes").arg(kMaxFileSize);
-        return result;
-    }
-    const QByteArray document = file.read(kMaxFileSize + 1);
-    if (file.error() != QFileDevice::NoError || document.size() > kMaxFileSize) {
-        result.status = Status::Corrupt;
-        result.error = file.errorString();
         return result;
     }
     return parse(document);
@@ -283,10 +316,21 @@ QByteArray serialize(const PtPreferenceValues& values)
 
 bool write(const QString& path, const PtPreferenceValues& values, QString* error)
 {
+    return writeDocument(path, serialize(values), error);
+}
+
+bool writeDocument(const QString& path, const QByteArray& document, QString* error)
+{
     // QSaveFile writes beside the target, syncs it to disk on commit and
     // renames it over the target; a crash before the rename leaves the old file.
+    if (document.size() > kMaxFileSize) {
+        if (error)
+            *error = QStringLiteral("the preferences would take %1 bytes, more than the %2 a preference file may hold")
+                         .arg(document.size())
+                         .arg(kMaxFileSize);
+        return false;
+    }
     QSaveFile file(path);
-    const QByteArray document = serialize(values);
     if (!file.open(QIODevice::WriteOnly) || file.write(document) != document.size() || !file.commit()) {
         if (error)
             *error = file.errorString();

@@ -48,19 +48,29 @@ struct ReadResult {
     QString error;             // why the file is Corrupt (or unreadable)
 };
 
-// Files larger than this are refused as corrupt before they are read.
-constexpr qint64 kMaxFileSize = 64 * 1024 * 1024;
+// The largest preference file the store reads or writes. The plug-in's
+// settings take about 2 KB; anything near this size is not a preference file.
+constexpr qint64 kMaxFileSize = 1024 * 1024;
 
 // Reads the file at `path`. A missing file is Missing; anything that is not
-// a complete, well-formed preference document is Corrupt.
+// a complete, well-formed preference document is Corrupt, and so is a file
+// (or device) that holds more than kMaxFileSize bytes.
 ReadResult read(const QString& path);
+// The bytes of the file at `path`, read in one buffer the size of what the
+// file holds. False with *error set when the file cannot be opened or read,
+// or holds more than kMaxFileSize bytes.
+bool readDocument(const QString& path, QByteArray* document, QString* error);
 // Parses a document held in memory; Status is Loaded or Corrupt.
 ReadResult parse(const QByteArray& document);
 // The document for `values`.
 QByteArray serialize(const PtPreferenceValues& values);
 // Writes `values` to `path` atomically: a temporary file in the same folder,
-// flushed to disk, renamed over `path`. The folder must exist. On failure the
-// old file is untouched and *error (if given) says why.
+// flushed to disk, renamed over `path`. The folder must exist. A document
+// larger than kMaxFileSize is refused, so that the store never writes a file
+// it would not read back. On failure the old file is untouched and *error (if
+// given) says why.
 bool write(const QString& path, const PtPreferenceValues& values, QString* error);
+// The same for a document already serialized.
+bool writeDocument(const QString& path, const QByteArray& document, QString* error);
 
 } // namespace PtPreferenceFile

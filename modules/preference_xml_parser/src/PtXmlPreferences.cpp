@@ -63,10 +63,12 @@ bool PtXmlPreferences::Open(const unsigned short* userFolder, const unsigned sho
         const bool ownFile = initial == m_userFolder;
         const QString file = initial + QLatin1Char('/') + QLatin1String(kFileName);
         m_values.clear();
+        m_saved.clear();
         m_dirty = false;
         PtPreferenceFile::ReadResult read = PtPreferenceFile::read(file);
         if (read.status == PtPreferenceFile::Status::Loaded) {
             m_values = std::move(read.values);
+            m_saved = m_values;
         } else if (read.status == PtPreferenceFile::Status::Corrupt) {
             if (ownFile)
                 quarantine(file, read.error);
@@ -197,17 +199,27 @@ bool PtXmlPreferences::save()
 {
     if (m_updateDepth > 0 || !m_dirty)
         return true;
+    const QString file = m_userFolder + QLatin1Char('/') + QLatin1String(kFileName);
+    const QByteArray document = PtPreferenceFile::serialize(m_values);
+    if (document.size() > PtPreferenceFile::kMaxFileSize) {
+        // Kept in memory, the change would make every later write fail too.
+        std::fprintf(stderr, "preference_xml_parser: change refused: %s would take %d bytes, more than %lld\n",
+                     qUtf8Printable(file), document.size(), static_cast<long long>(PtPreferenceFile::kMaxFileSize));
+        m_values = m_saved;
+        m_dirty = false;
+        return false;
+    }
     if (!QDir().mkpath(m_userFolder)) {
         std::fprintf(stderr, "preference_xml_parser: cannot create %s\n", qUtf8Printable(m_userFolder));
         return false;
     }
     QString error;
-    const QString file = m_userFolder + QLatin1Char('/') + QLatin1String(kFileName);
-    if (!PtPreferenceFile::write(file, m_values, &error)) {
+    if (!PtPreferenceFile::writeDocument(file, document, &error)) {
         std::fprintf(stderr, "preference_xml_parser: cannot write %s: %s\n", qUtf8Printable(file),
                      qUtf8Printable(error));
         return false;
     }
+    m_saved = m_values;
     m_dirty = false;
     return true;
 }

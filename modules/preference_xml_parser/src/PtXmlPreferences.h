@@ -37,6 +37,8 @@ class PtXmlPreferences final : public IPtPreferences {
     const PtPreferenceValue* find(int domain, const char* key) const;
     bool store(int domain, const char* key, PtPreferenceValue value);
     // Writes the file unless an update is open; false when the write failed.
+    // Changes that would take the file past its limit are undone: the values
+    // go back to the last ones read or written.
     bool save();
     // Moves a corrupt user file aside under a free name and says so once.
     void quarantine(const QString& file, const QString& why);
@@ -46,4 +48,5 @@ class PtXmlPreferences final : public IPtPreferences {
     bool m_dirty = false;
     QString m_userFolder; // absolute; empty until Open
     PtPreferenceValues m_values;
+    PtPreferenceValues m_saved; // as last read or written
 };

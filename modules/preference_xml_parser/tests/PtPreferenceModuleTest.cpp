@@ -174,3 +174,29 @@ TEST_F(PtPreferenceModule, OpenRefusesMissingFolders)
     EXPECT_FALSE(store->GetStoreFile(buf, 8));
     store->Release();
 }
+
+TEST_F(PtPreferenceModule, AValueTooLargeForTheFileIsRefusedAndBlocksNothing)
+{
+    IPtPreferences* store = m_loader.openStore(m_userFolder, stagedResources());
+    ASSERT_NE(store, nullptr);
+    const std::string huge(std::size_t(PtPreferenceFile::kMaxFileSize), 'x');
+    EXPECT_FALSE(store->SetBytes(3, "MobileFolderSetting", huge.data(), unsigned(huge.size())));
+    char kept[8] = {};
+    ASSERT_TRUE(store->GetBytes(3, "MobileFolderSetting", kept, sizeof kept));
+    EXPECT_STREQ(kept, "") << "the old value stays";
+
+    ASSERT_TRUE(store->SetString(3, "RenameFilesComboIndex", up(u"2"))) << "later writes go through";
+
+    // In an update the whole update is refused, at its end.
+    store->BeginUpdate();
+    EXPECT_TRUE(store->SetString(3, "QuickViewerMode", up(u"5")));
+    EXPECT_TRUE(store->SetBytes(3, "MobileFolderSetting", huge.data(), unsigned(huge.size())));
+    EXPECT_FALSE(store->EndUpdate());
+    EXPECT_EQ(readString(store, "QuickViewerMode"), QStringLiteral("1"));
+    EXPECT_EQ(readString(store, "RenameFilesComboIndex"), QStringLiteral("2"));
+    store->Release();
+    const auto onDisk = PtPreferenceFile::read(userFile());
+    ASSERT_EQ(onDisk.status, PtPreferenceFile::Status::Loaded) << qPrintable(onDisk.error);
+    EXPECT_EQ(onDisk.values.at(3).at("RenameFilesComboIndex").text, QStringLiteral("2"));
+    EXPECT_TRUE(onDisk.values.at(3).at("MobileFolderSetting").bytes.isEmpty());
+}

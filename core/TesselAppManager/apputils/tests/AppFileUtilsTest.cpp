@@ -79,29 +79,71 @@ TEST(generateUniqueFileName, PicksTheFirstFreeCandidate)
     }
 }
 
-TEST(generateUniqueFileName, LongNamesKeepTheirExtensionInTheStemFrom254On)
+TEST(generateUniqueFileName, EveryKindOfTakenNameIsPassedOver)
 {
-    // Below 254 units of stem, extension and number the usual form; from 254
-    // on the whole base stays in front of the number, so the name outgrows
-    // what the file system allows and no name is found.
+    // The first candidate is looked up by its full path, the later ones in a
+    // handle on the folder: each kind of taken name is tried in both places.
+    const QString nonAscii = QString::fromUtf8("F\xC3\xBCr \xE6\x97\xA5\xE6\x9C\xAC \xF0\x9F\x93\xB7.jpg");
+    const QString nonAsciiStem = nonAscii.chopped(4);
     const struct {
-        int stem;
-        unsigned start;
-        bool found;
-        const char* tail;
+        const char* what;
+        QString name;
+        QStringList files, folders, danglingLinks;
+        QString expected;
     } rows[] = {
-        {248, 1, true, "-1.jpg"},      // 248 + 4 + 1 = 253
-        {249, 1, false, ".jpg-1.jpg"}, // 254
-        {247, 10, true, "-10.jpg"},    // 253
-        {248, 10, false, ".jpg-10.jpg"}, // 254
+        {"file, non-ASCII", nonAscii, {nonAscii, nonAsciiStem + "-1.jpg"}, {}, {}, nonAsciiStem + "-2.jpg"},
+        {"folder", "a.jpg", {}, {"a.jpg", "a-1.jpg"}, {}, "a-2.jpg"},
+        // A link to nothing looks free to the existence probe; the exclusive
+        // create finds it taken.
+        {"dangling link", "a.jpg", {}, {}, {"a.jpg", "a-1.jpg"}, "a-2.jpg"},
+        {"mixed", "a.jpg", {"a-1.jpg"}, {"a-2.jpg"}, {"a.jpg", "a-3.jpg"}, "a-4.jpg"},
+        {"empty name", "", {}, {}, {}, "-1"},
     };
     for (const auto& row : rows) {
         QTemporaryDir dir;
-        const QString stem(row.stem, QLatin1Char('x'));
+        for (const QString& f : row.files)
+            ASSERT_TRUE(touch(dir.filePath(f)));
+        for (const QString& f : row.folders)
+            ASSERT_TRUE(QDir(dir.path()).mkdir(f));
+        for (const QString& f : row.danglingLinks)
+            ASSERT_TRUE(QFile::link(dir.filePath(QStringLiteral("nowhere")), dir.filePath(f)));
+        const QStringList before = QDir(dir.path()).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
         QString out;
-        EXPECT_EQ(generateUniqueFileName(dir.path(), stem + QStringLiteral(".jpg"), out, row.start, true), row.found)
-            << row.stem;
-        EXPECT_EQ(out, stem + QLatin1String(row.tail)) << row.stem;
+        EXPECT_TRUE(generateUniqueFileName(dir.path(), row.name, out, 1, false)) << row.what;
+        EXPECT_EQ(out, row.expected) << row.what;
+        EXPECT_EQ(QDir(dir.path()).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot), before)
+            << row.what << ": the probe file is removed again";
+    }
+}
+
+TEST(generateUniqueFileName, LongNameRuleStartsAt254Units)
+{
+    // 248 + ".jpg" + one digit = 253: the ordinary form. One more unit, from
+    // the name or from the number, and the whole base stays in front of the
+    // number; the name is then too long for the file system and the search
+    // fails on it.
+    const struct {
+        QString name;
+        unsigned start;
+        bool found;
+        QString expected;
+    } rows[] = {
+        {QString(248, 'x') + ".jpg", 1, true, QString(248, 'x') + "-1.jpg"},
+        {QString(249, 'x') + ".jpg", 1, false, QString(249, 'x') + ".jpg-1.jpg"},
+        {QString(248, 'x') + ".jpg", 9, true, QString(248, 'x') + "-9.jpg"},
+        {QString(248, 'x') + ".jpg", 10, false, QString(248, 'x') + ".jpg-10.jpg"},
+        // Units, not bytes: 124 four-byte characters are 248 units. Both names
+        // are too long in bytes for the file system; the form shows the rule.
+        {QString::fromUtf8("\xF0\x9F\x93\xB7").repeated(124) + ".jpg", 1, false,
+         QString::fromUtf8("\xF0\x9F\x93\xB7").repeated(124) + "-1.jpg"},
+        {QString::fromUtf8("\xF0\x9F\x93\xB7").repeated(125) + ".jpg", 1, false,
+         QString::fromUtf8("\xF0\x9F\x93\xB7").repeated(125) + ".jpg-1.jpg"},
+    };
+    for (const auto& row : rows) {
+        QTemporaryDir dir;
+        QString out;
+        EXPECT_EQ(generateUniqueFileName(dir.path(), row.name, out, row.start, true), row.found) << row.start;
+        EXPECT_EQ(out, row.expected) << row.start;
     }
 }
 
