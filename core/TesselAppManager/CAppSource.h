@@ -157,7 +157,8 @@ private:
     void chooseBackupFolder();
     // Asks whether to delete the originals of `folder` and, on yes, deletes
     // them item by item through each item's own delete function, with the
-    // progress handler showing the steps and the outcome.
+    // progress handler showing the steps and the outcome. Without a progress
+    // handler the answer still holds: the originals go, with nothing shown.
     void deleteOriginals(ISinkEnumMediaItem& items, IDisplayMsgHandler& messages, const QString& folder);
     bool makeBackupCopy(const CPropSinkMediaItem& item, FxMessageCallback status, FxMessageCallback error);
 

@@ -116,9 +116,11 @@ void CAppSource::deleteOriginals(ISinkEnumMediaItem& items, IDisplayMsgHandler& 
     // The host writes the flag from its cancel button while the window is open.
     volatile bool cancelled = false;
     IProgressHandler* progress = m_progressHandler;
-    if (progress)
-        progress->Start(count, &cancelled, units(zstring("$$$/AppSource/DeleteProgress/DeleteCaption=Deleting Photos...")),
-                        units(zstring("$$$/AppSource/DeleteProgress/Cancel=Cancel")));
+    if (progress) {
+        const QString caption = zstring("$$$/AppSource/DeleteProgress/DeleteCaption=Deleting Photos...");
+        const QString cancelText = zstring("$$$/AppSource/DeleteProgress/Cancel=Cancel");
+        progress->Start(count, &cancelled, units(caption), units(cancelText));
+    }
 
     bool failed = false;
     CPropSinkMediaItem item;

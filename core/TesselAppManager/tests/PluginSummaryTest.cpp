@@ -11,7 +11,8 @@
 
 namespace {
 
-const QString kCopiedTo = QStringLiteral("message: Files Successfully Copied | Files have been successfully copied to ");
+const QString kCopiedTo =
+    QStringLiteral("message: Files Successfully Copied | Files have been successfully copied to ");
 const QString kDeleteCaption = QStringLiteral("start %1: Deleting Photos... | Cancel");
 const QString kDeviceGone = QStringLiteral("progress: Corvane Tessel | Device is not connected or is busy. | failed");
 const QString kNotDeleted = QStringLiteral(
@@ -203,7 +204,8 @@ TEST_F(PluginSummary, DeletionPassesOverItemsWithoutDeleteAndStopsWhenCancelled)
     copied(QStringLiteral("D.JPG"));
     m_progress.cancelAfterSteps = 3;
     EXPECT_EQ(push(), kFxOk);
-    EXPECT_EQ(lines(m_log), lines({question(m_download.path()), kDeleteCaption.arg(4), "step", "step", "step", kDeleted}));
+    EXPECT_EQ(lines(m_log),
+              lines({question(m_download.path()), kDeleteCaption.arg(4), "step", "step", "step", kDeleted}));
     EXPECT_EQ(listFolder(m_card.path()), QStringList{"D.JPG"});
     EXPECT_EQ(listFolder(m_download.path()), (QStringList{"A.JPG", "C.JPG", "D.JPG"}));
 }
