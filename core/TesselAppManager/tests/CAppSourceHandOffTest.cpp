@@ -125,3 +125,14 @@ TEST_F(CAppSourceHandOff, WithoutTheMessagingHandOffTesselIsNotInstalled)
     EXPECT_TRUE(sent.empty());
     EXPECT_EQ(lines(m_log), lines(QStringList())) << "with the launch box checked nothing is shown";
 }
+
+TEST_F(CAppSourceHandOff, AnExceptionInsideBecomesFailureAndSendsNothing)
+{
+    m_items.add(QStringLiteral("/media/card/IMG_1.JPG"));
+    std::vector<Sent> sent;
+    m_source->setTesselHandOff(std::make_unique<RecordingHandOff>(true, 0, sent));
+    m_panel.widget(SKIFF_WIDGET_DELETE_FILES_CHECKBOX)->checked = true;
+    m_messages.throws = true;
+    EXPECT_EQ(push(false), kFxErrFailure);
+    EXPECT_TRUE(sent.empty());
+}

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 
 #include <QFile>
 
@@ -87,6 +88,8 @@ FxResult FakeMessages::ShowMessage(const FxChar* caption, const FxChar* message)
 
 FxResult FakeMessages::AskYesNo(const FxChar* caption, const FxChar* question, long& answerIndex)
 {
+    if (throws)
+        throw std::bad_alloc();
     m_log.append(QStringLiteral("ask: ") + text(caption) + QStringLiteral(" | ") + text(question));
     answerIndex = answer;
     return kFxOk;

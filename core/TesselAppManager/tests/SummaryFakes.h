@@ -48,11 +48,13 @@ public:
     long Release() override { return --refs; }
     // Logs "message: caption | text".
     FxResult ShowMessage(const FxChar* caption, const FxChar* text) override;
-    // Logs "ask: caption | text" and answers `answer`.
+    // Logs "ask: caption | text" and answers `answer`; throws instead when
+    // `throws` is set, as a host that runs out of memory would.
     FxResult AskYesNo(const FxChar* caption, const FxChar* text, long& answerIndex) override;
 
     long refs = 0;
     long answer = 0;
+    bool throws = false;
 
 private:
     QStringList& m_log;
