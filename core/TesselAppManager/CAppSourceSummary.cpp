@@ -2,7 +2,8 @@
 // deletion of the originals on the device, and the hand-off to Tessel.
 #include "CAppSource.h"
 
-#include <string>
+#include <algorithm>
+#include <iterator>
 
 #include <QFileInfo>
 
@@ -21,10 +22,12 @@ const FxChar* units(const QString& text)
     return reinterpret_cast<const FxChar*>(text.utf16());
 }
 
+// The host may fill the whole field and leave it unterminated.
 QString destinationOf(const CPropSinkMediaItem& item)
 {
-    const auto* path = reinterpret_cast<const char16_t*>(item.destinationPath);
-    return QString::fromUtf16(path, int(std::char_traits<char16_t>::length(path)));
+    const FxChar* begin = item.destinationPath;
+    const FxChar* end = std::find(begin, std::end(item.destinationPath), FxChar(0));
+    return QString::fromUtf16(reinterpret_cast<const char16_t*>(begin), int(end - begin));
 }
 
 bool isChecked(IFxWidget* checkbox)

@@ -138,6 +138,17 @@ TEST_F(PluginSummary, FolderIsThatOfTheFirstPathFollowedByADifferentOne)
     }
 }
 
+TEST_F(PluginSummary, PathFillingItsWholeFieldEndsWithTheField)
+{
+    open(false, false);
+    FakeOriginal original;
+    m_items.add(QString(), &original); // a delete function right behind the path
+    const QString full(int(std::size(m_items.items[0].destinationPath)), QLatin1Char('p'));
+    std::copy_n(full.utf16(), full.size(), m_items.items[0].destinationPath);
+    EXPECT_EQ(push(), kFxOk);
+    EXPECT_EQ(lines(m_log), lines(QStringList{kCopiedTo + full}));
+}
+
 TEST_F(PluginSummary, DeleteAnsweredNoKeepsTheOriginalsAndOpensNoProgress)
 {
     open(false, true);
