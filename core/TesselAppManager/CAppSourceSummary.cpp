@@ -36,9 +36,10 @@ bool isChecked(IFxWidget* checkbox)
 }
 
 // The folder the items went to. The walk stops at the first item whose path
-// differs from the first one's and takes that path's folder; when no item
-// differs (a single item, say) the first item's own path is the answer, so
-// the messages and the script then name the file. Callers rely on that.
+// differs from the first one's and answers with the first path's folder;
+// when no item differs (a single item, say) the first item's own path is the
+// answer, so the messages and the script then name the file. Callers rely on
+// that.
 QString downloadFolder(ISinkEnumMediaItem& items)
 {
     CPropSinkMediaItem item;
