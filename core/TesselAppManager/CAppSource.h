@@ -3,6 +3,7 @@
 // reaches them all through QueryInterface and holds the object by its count.
 #pragma once
 
+#include <memory>
 #include <string>
 
 #include <QString>
@@ -13,6 +14,7 @@
 #include "CAppPanelWidgets.h"
 #include "CAppSourceChain.h"
 #include "LumenPlugin.h"
+#include "TesselHandOff.h"
 
 class CMOXFileFormat;
 class IPtPreferences;
@@ -127,6 +129,14 @@ public:
     // Conversions that failed since construction; never reset.
     unsigned long long dngFailureCount() const { return m_dngFailureCount; }
 
+    // The end-of-download summary (CAppSourceSummary.cpp). Shows the plain
+    // copied-to message for `folder`, unless a DNG conversion has failed
+    // since construction: that failure has had its own message.
+    void displayFilesCopied(IDisplayMsgHandler& messages, const QString& folder);
+    // Replaces the hand-off to Tessel; null puts back TesselNotInstalled.
+    // This is where the messaging hand-off plugs in.
+    void setTesselHandOff(std::unique_ptr<TesselHandOff> handOff);
+
     // The sink-chain extension: the sink that runs first, AddRef'd; null
     // removes it.
     FxResult setNextSink(ISkiffPostProcessing* next);
@@ -145,6 +155,11 @@ private:
     void editDNGOptions();
     // The browse button's folder chooser; only a writable folder is kept.
     void chooseBackupFolder();
+    // Asks whether to delete the originals of `folder` and, on yes, deletes
+    // them item by item through each item's own delete function, with the
+    // progress handler showing the steps and the outcome. Without a progress
+    // handler the answer still holds: the originals go, with nothing shown.
+    void deleteOriginals(ISinkEnumMediaItem& items, IDisplayMsgHandler& messages, const QString& folder);
     bool makeBackupCopy(const CPropSinkMediaItem& item, FxMessageCallback status, FxMessageCallback error);
 
     IPtPreferences* m_preferences = nullptr;
@@ -165,4 +180,5 @@ private:
     ISkiffPostProcessing* m_nextSink = nullptr;
     unsigned long long m_dngFailureCount = 0;
     QString m_lastBackupName;
+    std::unique_ptr<TesselHandOff> m_handOff = std::make_unique<TesselNotInstalled>();
 };

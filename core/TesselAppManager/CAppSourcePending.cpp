@@ -1,14 +1,8 @@
-// Operations whose work arrives with the features that own it (the download
-// pipeline and hand-off), and the panel's ordering and mode hooks, which the
-// settings panel does without. Each tells the host plainly that it is not
+// Operations whose work arrives with the features that own it (the host
+// application's own download command), and the panel's ordering and mode
+// hooks, which the settings panel does without. Each tells the host plainly that it is not
 // provided.
 #include "CAppSource.h"
-
-FxResult CAppSource::PushAllMediaItems(ISinkEnumMediaItem&, IDisplayMsgHandler&, unsigned long&, void*,
-                                       FxCancelCallback)
-{
-    return kFxErrNotImplemented;
-}
 
 FxResult CAppSource::GetCopyProgressLongestLabelString(FxChar*, int)
 {
