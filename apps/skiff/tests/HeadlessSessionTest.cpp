@@ -125,6 +125,25 @@ TEST_F(HeadlessSession, DngOptionConvertsRawFilesOnly)
     EXPECT_EQ(decoded.rawWidth, 64u);
 }
 
+TEST_F(HeadlessSession, FailedConversionKeepsTheRawCopyAndFailsTheSession)
+{
+    const QString folder = card() + QStringLiteral("/DCIM/100TEST");
+    ASSERT_TRUE(QDir().mkpath(folder));
+    ASSERT_TRUE(writeJpeg(folder + QStringLiteral("/IMG_0001.JPG"), 1));
+    ASSERT_TRUE(writeBytes(folder + QStringLiteral("/IMG_0004.NEF"), QByteArray(4096, 'r')));
+    for (const QString& name : entries(folder))
+        m_originals[name] = readBytes(folder + QLatin1Char('/') + name);
+
+    const HostRun run = runHost({"--headless", "--card", card(), "--dest", dest(), "--dng"}, home());
+    EXPECT_EQ(run.exitCode, 1) << run.out.toStdString();
+    EXPECT_TRUE(run.out.contains(QStringLiteral("  error: Could not convert to DNG...")));
+    EXPECT_TRUE(run.out.contains(QStringLiteral("IMG_0004.NEF: pre-processing ok, post-processing failed")))
+        << run.out.toStdString();
+    EXPECT_TRUE(run.out.contains(QStringLiteral("2 copied and verified, 0 not copied, 1 processing failure(s)")));
+    EXPECT_EQ(entries(dest()), QStringList(m_originals.keys()));
+    expectOnlyCompleteCopies(dest(), m_originals);
+}
+
 TEST_F(HeadlessSession, CardRemovedMidSessionStopsWithoutHalfCopies)
 {
     const QString folder = card() + QStringLiteral("/DCIM/100TEST");
