@@ -19,7 +19,6 @@ public:
     static FormatFilter fromExtensions(const QStringList& extensions);
 
     bool accepts(const QString& fileName) const;
-    int size() const { return m_extensions.size(); }
 
 private:
     QSet<QString> m_extensions; // lower case, without the dot

@@ -78,7 +78,7 @@ public:
 
 private:
     bool prepare();
-    bool downloadItem(const CardItem& item, int index, int total);
+    void downloadItem(const CardItem& item, int index, int total);
     void processItem(DownloadedItem& item, const QString& label);
     void endOfDownload();
     void summary(int total);
@@ -188,34 +188,39 @@ int Session::run()
     return m_stopped || m_copyFailures || m_processingFailures ? 1 : 0;
 }
 
-bool Session::downloadItem(const CardItem& card, int index, int total)
+void Session::downloadItem(const CardItem& card, int index, int total)
 {
     const QString label = QStringLiteral("[%1/%2] %3").arg(index).arg(total).arg(shortName(card.sourcePath));
     if (!QFileInfo(m_cardRoot).isDir()) {
         m_console.line(QStringLiteral("error: the card %1 was removed during the download").arg(m_cardRoot));
         m_stopped = true;
-        return false;
+        return;
     }
     const CopyOutcome outcome = copyAndVerify(card.sourcePath, m_destination, card.fileName);
     switch (outcome.status) {
     case CopyOutcome::Status::Copied:
         break;
     case CopyOutcome::Status::SourceGone:
+        // One file gone from a card that is still there is that file's
+        // failure; a card that has gone ends the session.
+        if (QFileInfo(m_cardRoot).isDir()) {
+            ++m_copyFailures;
+            m_console.line(QStringLiteral("%1: not copied: %2").arg(label, outcome.message));
+            return;
+        }
         m_console.line(QStringLiteral("%1: not copied").arg(label));
-        m_console.line(QFileInfo(m_cardRoot).isDir()
-                           ? QStringLiteral("error: %1").arg(outcome.message)
-                           : QStringLiteral("error: the card %1 was removed during the download").arg(m_cardRoot));
+        m_console.line(QStringLiteral("error: the card %1 was removed during the download").arg(m_cardRoot));
         m_stopped = true;
-        return false;
+        return;
     case CopyOutcome::Status::DestinationFull:
         m_console.line(QStringLiteral("%1: not copied").arg(label));
         m_console.line(QStringLiteral("error: %1").arg(outcome.message));
         m_stopped = true;
-        return false;
+        return;
     case CopyOutcome::Status::Failed:
         ++m_copyFailures;
         m_console.line(QStringLiteral("%1: not copied: %2").arg(label, outcome.message));
-        return false;
+        return;
     }
     m_items.push_back({card.sourcePath, m_cardRoot, outcome.finalPath, outcome.digest, false, QString()});
     m_hostSink->markCopied(outcome.finalPath);
@@ -223,7 +228,6 @@ bool Session::downloadItem(const CardItem& card, int index, int total)
                        .arg(label, QFileInfo(outcome.finalPath).fileName())
                        .arg(outcome.digest.size));
     processItem(m_items.back(), label);
-    return true;
 }
 
 void Session::processItem(DownloadedItem& item, const QString& label)

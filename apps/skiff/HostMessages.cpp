@@ -37,8 +37,6 @@ unsigned warningCallback(const FxChar* text, long)
 
 unsigned errorCallback(const FxChar* text, long)
 {
-    if (g_console)
-        g_console->countError();
     return show("error", text);
 }
 
@@ -84,7 +82,6 @@ FxResult DisplayMessages::ShowMessage(const FxChar* caption, const FxChar* text)
 
 FxResult DisplayMessages::AskYesNo(const FxChar* caption, const FxChar* text, long& answerIndex)
 {
-    ++m_questions;
     answerIndex = m_answerYes ? 0 : 1;
     m_console.line(QStringLiteral("question: %1: %2").arg(fromFxText(caption), fromFxText(text)));
     m_console.line(QStringLiteral("answer: %1").arg(m_answerYes ? QStringLiteral("yes") : QStringLiteral("no")));

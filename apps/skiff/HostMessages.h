@@ -15,13 +15,9 @@ class HostConsole {
 public:
     explicit HostConsole(std::FILE* out) : m_out(out) {}
     void line(const QString& text);
-    // Plug-in errors shown through the error callback during the session.
-    int errorsShown() const { return m_errors; }
-    void countError() { ++m_errors; }
 
 private:
     std::FILE* m_out;
-    int m_errors = 0;
 };
 
 // The host's per-item callbacks. They write to the console installed by the
@@ -57,13 +53,10 @@ public:
     FxResult ShowMessage(const FxChar* caption, const FxChar* text) override;
     FxResult AskYesNo(const FxChar* caption, const FxChar* text, long& answerIndex) override;
 
-    int questionsAsked() const { return m_questions; }
-
 private:
     ~DisplayMessages() = default;
     HostConsole& m_console;
     bool m_answerYes;
-    int m_questions = 0;
     long m_count = 1;
 };
 

@@ -144,40 +144,67 @@ TEST_F(HeadlessSession, FailedConversionKeepsTheRawCopyAndFailsTheSession)
     expectOnlyCompleteCopies(dest(), m_originals);
 }
 
-TEST_F(HeadlessSession, CardRemovedMidSessionStopsWithoutHalfCopies)
+// A card of `count` JPEGs; the host is held still after its first item
+// while `removed` goes, then let go.
+HostRun runWhileRemoving(const QString& card, const QString& dest, const QString& home,
+                         int count, const QString& removed, QMap<QString, QByteArray>& originals)
 {
-    const QString folder = card() + QStringLiteral("/DCIM/100TEST");
-    ASSERT_TRUE(QDir().mkpath(folder));
-    for (int i = 0; i < 120; ++i) {
+    const QString folder = card + QStringLiteral("/DCIM/100TEST");
+    QDir().mkpath(folder);
+    for (int i = 0; i < count; ++i) {
         const QString name = QStringLiteral("IMG_%1.JPG").arg(i, 4, 10, QLatin1Char('0'));
-        ASSERT_TRUE(writeJpeg(folder + QLatin1Char('/') + name, i, 96));
-        m_originals[name] = readBytes(folder + QLatin1Char('/') + name);
+        EXPECT_TRUE(writeJpeg(folder + QLatin1Char('/') + name, i, 96));
+        originals[name] = readBytes(folder + QLatin1Char('/') + name);
     }
     QProcess host;
-    host.setProcessEnvironment(hostEnvironment(home()));
+    host.setProcessEnvironment(hostEnvironment(home));
     host.setWorkingDirectory(QStringLiteral(TESSEL_STAGE_DIR "/bin"));
-    host.start(hostProgram(), {"--headless", "--card", card(), "--dest", dest()});
-    ASSERT_TRUE(host.waitForStarted());
+    host.start(hostProgram(), {"--headless", "--card", card, "--dest", dest});
+    HostRun run;
+    if (!host.waitForStarted())
+        return run;
+    const QByteArray first = QStringLiteral("[1/%1]").arg(count).toUtf8();
     QByteArray seen;
-    while (!seen.contains("[1/120]") && host.waitForReadyRead(30000))
+    while (!seen.contains(first) && host.waitForReadyRead(30000))
         seen += host.readAllStandardOutput();
-    ASSERT_TRUE(seen.contains("[1/120]")) << seen.toStdString();
-    // Held still while the card goes, so that the removal lands mid-session.
-    ASSERT_EQ(::kill(pid_t(host.processId()), SIGSTOP), 0);
-    ASSERT_TRUE(QDir(card()).removeRecursively());
-    ASSERT_EQ(::kill(pid_t(host.processId()), SIGCONT), 0);
-    ASSERT_TRUE(host.waitForFinished(60000));
-    const QString out = QString::fromUtf8(seen + host.readAllStandardOutput());
+    EXPECT_TRUE(seen.contains(first)) << seen.toStdString();
+    EXPECT_EQ(::kill(pid_t(host.processId()), SIGSTOP), 0);
+    EXPECT_TRUE(QFileInfo(removed).isDir() ? QDir(removed).removeRecursively() : QFile::remove(removed));
+    EXPECT_EQ(::kill(pid_t(host.processId()), SIGCONT), 0);
+    EXPECT_TRUE(host.waitForFinished(60000));
+    run.exitCode = host.exitCode();
+    run.out = QString::fromUtf8(seen + host.readAllStandardOutput());
+    return run;
+}
 
-    EXPECT_EQ(host.exitCode(), 1) << out.toStdString();
-    EXPECT_TRUE(out.contains(QStringLiteral("error: the card %1 was removed during the download").arg(card())))
-        << out.toStdString();
-    EXPECT_TRUE(out.contains(QStringLiteral("end of download: skipped")));
+TEST_F(HeadlessSession, CardRemovedMidSessionStopsWithoutHalfCopies)
+{
+    const HostRun run = runWhileRemoving(card(), dest(), home(), 120, card(), m_originals);
+    EXPECT_EQ(run.exitCode, 1) << run.out.toStdString();
+    EXPECT_TRUE(run.out.contains(QStringLiteral("error: the card %1 was removed during the download").arg(card())))
+        << run.out.toStdString();
+    EXPECT_TRUE(run.out.contains(QStringLiteral("end of download: skipped")));
     const int copied = entries(dest()).size();
     EXPECT_GE(copied, 1);
     EXPECT_LT(copied, 120);
-    EXPECT_TRUE(out.contains(QStringLiteral("summary: 120 item(s) on the card, %1 copied and verified").arg(copied)))
-        << out.toStdString();
+    EXPECT_TRUE(run.out.contains(QStringLiteral("summary: 120 item(s) on the card, %1 copied and verified").arg(copied)))
+        << run.out.toStdString();
+    expectOnlyCompleteCopies(dest(), m_originals);
+}
+
+TEST_F(HeadlessSession, FileVanishingFromAPresentCardFailsThatItemOnly)
+{
+    const QString last = card() + QStringLiteral("/DCIM/100TEST/IMG_0119.JPG");
+    const HostRun run = runWhileRemoving(card(), dest(), home(), 120, last, m_originals);
+    EXPECT_EQ(run.exitCode, 1) << run.out.toStdString();
+    EXPECT_TRUE(run.out.contains(QStringLiteral("[120/120] DCIM/100TEST/IMG_0119.JPG: not copied: %1 can no longer be read")
+                                     .arg(last)))
+        << run.out.toStdString();
+    EXPECT_TRUE(run.out.contains(QStringLiteral("summary: 120 item(s) on the card, 119 copied and verified, 1 not copied")));
+    EXPECT_TRUE(run.out.contains(QStringLiteral("end of download: ")));
+    EXPECT_FALSE(run.out.contains(QStringLiteral("end of download: skipped")));
+    m_originals.remove(QStringLiteral("IMG_0119.JPG"));
+    EXPECT_EQ(entries(dest()), QStringList(m_originals.keys()));
     expectOnlyCompleteCopies(dest(), m_originals);
 }
 
