@@ -10,6 +10,7 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -90,6 +91,12 @@ int streamCopy(int in, int out, FileDigest& digest, bool& readFailed)
             readFailed = false;
             return errno ? errno : ENOSPC;
         }
+    }
+    // The copy keeps the original's times: a photo's file date is part of it.
+    struct stat original {};
+    if (::fstat(in, &original) == 0) {
+        const struct timespec times[2] = {original.st_atim, original.st_mtim};
+        ::futimens(out, times);
     }
     if (::fsync(out) != 0) {
         readFailed = false;

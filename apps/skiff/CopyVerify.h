@@ -2,6 +2,7 @@
 // hidden temporary name in the destination folder, are read back from there
 // and compared by size and SHA-256 with what was read from the card, and
 // only then is the copy renamed to its final name, which it never replaces.
+// The copy keeps the original's access and modification times.
 // A failure removes the temporary file: no half-copied file is ever left
 // under a final name.
 #pragma once

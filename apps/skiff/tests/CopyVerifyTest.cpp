@@ -2,7 +2,9 @@
 // copy, on real files in scratch folders.
 #include <gtest/gtest.h>
 
+#include <QDateTime>
 #include <QDir>
+#include <QFileInfo>
 #include <QFile>
 #include <QTemporaryDir>
 
@@ -32,11 +34,17 @@ TEST_F(CopyFixture, CopyIsByteEqualAndLeavesNoTemporaryFile)
     for (int i = 0; i < bytes.size(); ++i)
         bytes[i] = char((i * 131) >> 3);
     ASSERT_TRUE(writeBytes(onCard(QStringLiteral("IMG_0001.JPG")), bytes));
+    const QDateTime taken(QDate(2021, 6, 5), QTime(14, 30, 12, 250));
+    {
+        QFile original(onCard(QStringLiteral("IMG_0001.JPG")));
+        ASSERT_TRUE(original.open(QIODevice::ReadWrite) && original.setFileTime(taken, QFileDevice::FileModificationTime));
+    }
 
     const CopyOutcome outcome = copyAndVerify(onCard(QStringLiteral("IMG_0001.JPG")), dest(), QStringLiteral("IMG_0001.JPG"));
     ASSERT_EQ(outcome.status, CopyOutcome::Status::Copied) << outcome.message.toStdString();
     EXPECT_EQ(outcome.finalPath, dest() + QStringLiteral("/IMG_0001.JPG"));
     EXPECT_EQ(readBytes(outcome.finalPath), bytes);
+    EXPECT_EQ(QFileInfo(outcome.finalPath).lastModified(), taken);
     EXPECT_EQ(outcome.digest.size, bytes.size());
     EXPECT_TRUE(outcome.digest.sameAs(digestFile(outcome.finalPath)));
     EXPECT_EQ(entries(dest()), QStringList{QStringLiteral("IMG_0001.JPG")});
