@@ -182,6 +182,8 @@ int Session::run()
         downloadItem(m_scan.items[std::size_t(i)], i + 1, total);
     if (m_stopped)
         m_console.line(QStringLiteral("end of download: skipped, the download did not complete; no original was deleted"));
+    else if (m_items.empty())
+        m_console.line(QStringLiteral("end of download: skipped, nothing was copied"));
     else
         endOfDownload();
     summary(total);

@@ -262,6 +262,7 @@ TEST_F(HeadlessSession, CommandLineAndSetUpErrorsAreClear)
         {{"--headless", "--card", path(QStringLiteral("nowhere")), "--dest", dest()}, 1, "does not exist"},
         // Neither --dest nor a stored download location.
         {{"--headless", "--card", card()}, 1, "no download folder"},
+        {{"--headless", "--card", card(), "--dest", dest()}, 0, "end of download: skipped, nothing was copied"},
     };
     for (const Row& row : rows) {
         const HostRun run = runHost(row.args, home());
