@@ -199,8 +199,10 @@ TEST_F(Zstrc, CheckNamesBothKeysOfAnAccessKeyClash)
 TEST_F(Zstrc, EveryShippedLocalePassesCheck)
 {
     std::vector<fs::path> files = sourceDictionaries();
+    // en_us has a panel form but no dictionary: its texts are the defaults.
     for (const auto& dir : fs::directory_iterator(fs::path(TESSEL_STAGE_DIR) / "shared_assets" / "locales"))
-        files.push_back(dir.path() / "SkiffStrings.dct");
+        if (fs::exists(dir.path() / "SkiffStrings.dct"))
+            files.push_back(dir.path() / "SkiffStrings.dct");
     ASSERT_GE(files.size(), 6u);
     for (const fs::path& file : files) {
         const fs::path errors = m_dir / "errors.txt";
