@@ -1,6 +1,9 @@
 #include "GalleryScenes.h"
 
+#include <QFile>
+#include <QLabel>
 #include <QRadioButton>
+#include <QUiLoader>
 
 #include "DNGConversionDlg.h"
 #include "PtMessageBox.h"
@@ -34,9 +37,27 @@ void clickLinearMethod(QWidget* dialog)
     }
 }
 
+// The settings panel as the host loads it: the locale's form, the backup
+// folder shown in its label. A form that does not load leaves a null widget,
+// which the gallery reports as a failed picture.
+std::unique_ptr<QWidget> settingsPanel(const QString& locale)
+{
+    QFile form(QStringLiteral("../shared_assets/locales/%1/Tessel_custom_options.ui").arg(locale));
+    if (!form.open(QIODevice::ReadOnly))
+        return nullptr;
+    QUiLoader loader;
+    std::unique_ptr<QWidget> panel(loader.load(&form));
+    if (!panel)
+        return nullptr;
+    if (auto* label = panel->findChild<QLabel*>(QStringLiteral("secondarybackup_label")))
+        label->setText(QStringLiteral("/home/user/Pictures/Backups"));
+    panel->resize(panel->sizeHint().expandedTo(QSize(420, 0)));
+    return panel;
+}
+
 } // namespace
 
-std::vector<GalleryScene> galleryScenes()
+std::vector<GalleryScene> galleryScenes(const QString& locale)
 {
     std::vector<GalleryScene> scenes;
     scenes.push_back({QStringLiteral("message_warning"), [] {
@@ -98,5 +119,6 @@ std::vector<GalleryScene> galleryScenes()
     scenes.push_back({QStringLiteral("dng_settings_linear"), [] {
         return std::unique_ptr<QWidget>(std::make_unique<DNGConversionDlg>(nullptr, true, false, false, 2));
     }, clickLinearMethod});
+    scenes.push_back({QStringLiteral("settings_panel"), [locale] { return settingsPanel(locale); }, nullptr});
     return scenes;
 }

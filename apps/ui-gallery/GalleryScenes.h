@@ -18,4 +18,5 @@ struct GalleryScene {
     std::function<void(QWidget*)> afterShow;
 };
 
-std::vector<GalleryScene> galleryScenes();
+// `locale` picks the settings panel's form from ../shared_assets/locales.
+std::vector<GalleryScene> galleryScenes(const QString& locale);

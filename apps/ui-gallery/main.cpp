@@ -72,8 +72,13 @@ int runOneLocale(const QString& locale, const QString& outDir)
     }
 
     int failures = 0;
-    for (const GalleryScene& scene : galleryScenes()) {
+    for (const GalleryScene& scene : galleryScenes(locale)) {
         std::unique_ptr<QWidget> dialog = scene.build();
+        if (!dialog) {
+            fail(QStringLiteral("%1 (%2): cannot be built").arg(scene.name, locale));
+            ++failures;
+            continue;
+        }
         if (scene.afterShow) {
             dialog->show();
             scene.afterShow(dialog.get());
