@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 #include <new>
+#include <utility>
 
 namespace ScObjects {
 
@@ -70,6 +71,13 @@ SoString& SoString::operator=(const char* text)
 {
     assign(text, -1);
     return *this;
+}
+
+void SoString::swap(SoString& other) noexcept
+{
+    std::swap(m_data, other.m_data);
+    std::swap(m_length, other.m_length);
+    std::swap(m_capacity, other.m_capacity);
 }
 
 bool SoString::operator==(const SoString& other) const

@@ -40,6 +40,8 @@ public:
     void append(const char* text, long length = -1);
     // Decimal, printed as unsigned: -1 appends 18446744073709551615.
     void append(long value);
+    // Exchanges the buffers of the two strings, copying nothing.
+    void swap(SoString& other) noexcept;
     // Cuts to n bytes when 0 <= n < length; otherwise nothing.
     void shrink(long n);
     // strcmp against the text; null compares as the empty string.

@@ -48,6 +48,22 @@ TEST(SoString, AppendOfItsOwnTextSurvivesGrowth)
     EXPECT_EQ(std::string(s.c_str()), std::string(200, 'q'));
 }
 
+TEST(SoString, SwapExchangesBuffersWithoutCopying)
+{
+    SoString big(std::string(300, 'b').c_str());
+    SoString small("s");
+    const char* bigData = big.c_str();
+    const char* smallData = small.c_str();
+    big.swap(small);
+    EXPECT_EQ(big.c_str(), smallData);
+    EXPECT_EQ(small.c_str(), bigData);
+    EXPECT_STREQ(big.c_str(), "s");
+    EXPECT_EQ(big.length(), 1);
+    EXPECT_EQ(big.capacity(), 128);
+    EXPECT_EQ(small.length(), 300);
+    EXPECT_EQ(small.capacity(), 384);
+}
+
 TEST(SoString, NullAndNegativeLengths)
 {
     SoString fromNull(nullptr, -1);

@@ -1,0 +1,76 @@
+// The framing of one blob on one stream connection.
+//
+// A sender connects, writes a 12-byte header ("TTB1" and the blob's length
+// as 64-bit big-endian), then the bytes, and waits for the one byte kAck
+// that the receiver writes once it holds the whole blob. Nothing else
+// travels on the connection; the receiver closes it afterwards.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+
+namespace StreamTransport {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::size_t kHeaderSize = 12;
+// Well above the largest message text the system sends (16 MiB must
+// travel); checked before anything is allocated for a blob.
+constexpr std::uint64_t kMaxBlobLength = std::uint64_t(64) << 20;
+constexpr unsigned char kAck = 0x06;
+
+void encodeHeader(std::uint64_t length, unsigned char out[kHeaderSize]);
+// The length announced by a header; false for a wrong magic or a length
+// above kMaxBlobLength.
+bool decodeHeader(const unsigned char in[kHeaderSize], std::uint64_t& length);
+
+// Opens a connection to the listening socket at path. Non-blocking; a full
+// backlog is retried until the deadline. -1 when nobody listens there (no
+// socket, refused, not permitted) or the deadline passed.
+int connectEndpoint(const char* path, Clock::time_point deadline);
+// Writes one framed blob on fd and waits for the acknowledgement; true only
+// when it came before the deadline. Never blocks past the deadline, never
+// raises SIGPIPE, does not close fd.
+bool writeBlob(int fd, const char* data, std::size_t length, Clock::time_point deadline);
+
+// The receiving side of one connection: reads the header and the bytes as
+// they come, without ever blocking, and answers with kAck once the blob is
+// whole. Any fault (wrong magic, a length above the cap, the peer closing
+// early, a read error, the deadline passing) refuses the connection.
+class BlobConnection {
+public:
+    enum class State { Header, Body, Done, Refused };
+
+    // Takes ownership of fd, which must be non-blocking.
+    BlobConnection(int fd, Clock::time_point deadline);
+    ~BlobConnection();
+    BlobConnection(const BlobConnection&) = delete;
+    BlobConnection& operator=(const BlobConnection&) = delete;
+
+    // Reads what is there now; returns the number of bytes taken, so that
+    // the caller can tell whether the pass made progress.
+    std::size_t service(Clock::time_point now);
+
+    State state() const { return m_state; }
+    int fd() const { return m_fd; }
+    Clock::time_point deadline() const { return m_deadline; }
+
+    // After Done: hands over the blob (a SoHeap block, null for an empty
+    // blob) and its length; the connection no longer owns it.
+    char* takeBlob(std::size_t& length);
+
+private:
+    void refuse();
+
+    int m_fd;
+    Clock::time_point m_deadline;
+    State m_state = State::Header;
+    unsigned char m_header[kHeaderSize];
+    std::size_t m_headerRead = 0;
+    char* m_blob = nullptr;
+    std::size_t m_length = 0;
+    std::size_t m_bodyRead = 0;
+};
+
+} // namespace StreamTransport

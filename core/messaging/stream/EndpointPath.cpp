@@ -1,0 +1,106 @@
+#include "EndpointPath.h"
+
+#include <errno.h>
+#include <stdlib.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <openssl/evp.h>
+
+namespace StreamTransport {
+
+namespace {
+
+bool isSafe(unsigned char c)
+{
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '.' || c == '_'
+        || c == '-';
+}
+
+std::string encode(const std::string& name)
+{
+    static const char hex[] = "0123456789ABCDEF";
+    std::string out;
+    out.reserve(name.size());
+    for (unsigned char c : name) {
+        // A leading dot would hide the file and could spell "." or "..".
+        if (isSafe(c) && !(c == '.' && out.empty())) {
+            out += char(c);
+        } else {
+            out += '%';
+            out += hex[c >> 4];
+            out += hex[c & 15];
+        }
+    }
+    return out;
+}
+
+std::string digest(const std::string& name)
+{
+    unsigned char sum[EVP_MAX_MD_SIZE];
+    unsigned int size = 0;
+    if (!EVP_Digest(name.data(), name.size(), sum, &size, EVP_sha256(), nullptr) || size < 16)
+        return std::string();
+    static const char hex[] = "0123456789abcdef";
+    std::string out = "=";
+    for (unsigned int i = 0; i < 16; ++i) {
+        out += hex[sum[i] >> 4];
+        out += hex[sum[i] & 15];
+    }
+    return out;
+}
+
+bool fitsSocketPath(const std::string& directory, const std::string& base)
+{
+    return directory.size() + 1 + base.size() + 5 < sizeof(sockaddr_un::sun_path);
+}
+
+} // namespace
+
+bool isPrivateDirectory(const std::string& path)
+{
+    struct stat info;
+    if (path.empty() || ::lstat(path.c_str(), &info) != 0)
+        return false;
+    return S_ISDIR(info.st_mode) && info.st_uid == ::geteuid() && (info.st_mode & 077) == 0;
+}
+
+std::string endpointDirectory()
+{
+    std::string directory;
+    const char* runtime = ::getenv("XDG_RUNTIME_DIR");
+    if (runtime && *runtime && isPrivateDirectory(runtime))
+        directory = std::string(runtime) + "/tesseltalk";
+    else
+        directory = "/tmp/tesseltalk-" + std::to_string(::geteuid());
+    if (isPrivateDirectory(directory))
+        return directory;
+    if (::mkdir(directory.c_str(), 0700) != 0 && errno != EEXIST)
+        return std::string();
+    return isPrivateDirectory(directory) ? directory : std::string();
+}
+
+std::string endpointBaseName(const std::string& directory, const std::string& portName)
+{
+    std::string base = encode(portName);
+    if (fitsSocketPath(directory, base))
+        return base;
+    base = digest(portName);
+    return !base.empty() && fitsSocketPath(directory, base) ? base : std::string();
+}
+
+bool endpointPaths(const std::string& portName, EndpointPaths& out)
+{
+    out.directory = endpointDirectory();
+    if (out.directory.empty())
+        return false;
+    const std::string base = endpointBaseName(out.directory, portName);
+    if (base.empty())
+        return false;
+    out.socket = out.directory + "/" + base + ".sock";
+    out.lock = out.directory + "/" + base + ".lock";
+    return true;
+}
+
+} // namespace StreamTransport

@@ -1,0 +1,274 @@
+#include "LinuxInterAppStream.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/file.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <new>
+#include <string>
+
+#include "BlobFraming.h"
+#include "EndpointPath.h"
+
+using ScObjects::ObjectLock;
+using ScObjects::SoString;
+using StreamTransport::BlobConnection;
+using StreamTransport::Clock;
+
+namespace {
+
+const char kPortPrefix[] = "\\\\.\\port\\Quay_and_Mole_";
+// How long one messagePending call may keep taking in data that keeps
+// coming, so that a busy peer cannot hold the messaging thread.
+constexpr std::chrono::milliseconds kServiceBudget{100};
+// How long a pass waits for the next bytes of a blob that is on its way,
+// after a pass that took some in. Without it a large blob would come in
+// one socket buffer per messaging-thread cycle.
+constexpr int kBlobWaitMs = 10;
+
+bool peerIsSameUser(int fd)
+{
+    ucred credentials{};
+    socklen_t size = sizeof credentials;
+    return ::getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &credentials, &size) == 0 && credentials.uid == ::geteuid();
+}
+
+// Binds a listening socket under a temporary name in directory and renames
+// it over path, so that a sender never finds a socket that is not yet
+// listening, and a stale one left by a dead owner is replaced in one step.
+int listenAt(const std::string& directory, const std::string& path)
+{
+    static std::atomic<unsigned long> counter{0};
+    const std::string temporary
+        = directory + "/.b" + std::to_string(::getpid()) + "-" + std::to_string(counter++);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (temporary.size() >= sizeof address.sun_path)
+        return -1;
+    std::strcpy(address.sun_path, temporary.c_str());
+
+    const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    if (fd < 0)
+        return -1;
+    ::unlink(temporary.c_str());
+    if (::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+        ::close(fd);
+        return -1;
+    }
+    if (::listen(fd, SOMAXCONN) != 0 || ::rename(temporary.c_str(), path.c_str()) != 0) {
+        ::unlink(temporary.c_str());
+        ::close(fd);
+        return -1;
+    }
+    return fd;
+}
+
+} // namespace
+
+LinuxInterAppStream::DataRef::DataRef(char* data, long length)
+    : m_data(data)
+    , m_length(length)
+{
+}
+
+LinuxInterAppStream::DataRef::~DataRef()
+{
+    ScObjects::SoHeap::freeHeap(m_data);
+}
+
+char* LinuxInterAppStream::DataRef::release()
+{
+    char* data = m_data;
+    m_data = nullptr;
+    return data;
+}
+
+LinuxInterAppStream::LinuxInterAppStream(const SoString& name, bool flag)
+    : BaseInterAppStream(name, flag, kPortPrefix)
+{
+    if (!open()) {
+        if (m_lockFd >= 0)
+            ::close(m_lockFd);
+        m_lockFd = -1;
+    }
+}
+
+bool LinuxInterAppStream::open()
+{
+    StreamTransport::EndpointPaths paths;
+    const SoString port = portName();
+    if (!StreamTransport::endpointPaths(std::string(port.c_str(), std::size_t(port.length())), paths))
+        return false;
+    m_lockFd = ::open(paths.lock.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+    // A held lock means a live owner.
+    if (m_lockFd < 0 || ::flock(m_lockFd, LOCK_EX | LOCK_NB) != 0)
+        return false;
+    m_listenFd = listenAt(paths.directory, paths.socket);
+    if (m_listenFd < 0)
+        return false;
+    m_socketPath = paths.socket.c_str();
+    return true;
+}
+
+LinuxInterAppStream::~LinuxInterAppStream()
+{
+    ObjectLock lock(this);
+    m_connections.clear();
+    if (m_listenFd >= 0) {
+        // Still under our lock: the file at this path is ours to remove.
+        ::unlink(m_socketPath.c_str());
+        ::close(m_listenFd);
+    }
+    if (m_lockFd >= 0)
+        ::close(m_lockFd);
+}
+
+bool LinuxInterAppStream::isGood() const
+{
+    ObjectLock lock(this);
+    return m_listenFd >= 0;
+}
+
+void LinuxInterAppStream::setConnectionDeadline(std::chrono::milliseconds deadline)
+{
+    ObjectLock lock(this);
+    m_connectionDeadline = deadline;
+}
+
+bool LinuxInterAppStream::send(const SoString& target, const SoString& data) const
+{
+    if (m_listenFd < 0)
+        return false;
+    const Clock::time_point deadline = Clock::now() + kSendTimeout;
+    StreamTransport::EndpointPaths paths;
+    const SoString port = portNameFor(target);
+    if (!StreamTransport::endpointPaths(std::string(port.c_str(), std::size_t(port.length())), paths))
+        return false;
+    const int fd = StreamTransport::connectEndpoint(paths.socket.c_str(), deadline);
+    if (fd < 0)
+        return false;
+    bool delivered;
+    {
+        ObjectLock sendLock(m_sendLock);
+        delivered = StreamTransport::writeBlob(fd, data.c_str(), std::size_t(data.length()), deadline);
+    }
+    ::close(fd);
+    return delivered;
+}
+
+bool LinuxInterAppStream::servicePass(int waitMs) const
+{
+    std::vector<pollfd> fds;
+    fds.reserve(m_connections.size() + 1);
+    fds.push_back(pollfd{m_listenFd, POLLIN, 0});
+    for (const auto& connection : m_connections)
+        fds.push_back(pollfd{connection->fd(), POLLIN, 0});
+    if (::poll(fds.data(), fds.size(), waitMs) < 0)
+        return false;
+
+    const Clock::time_point now = Clock::now();
+    bool moved = false;
+    const std::size_t known = m_connections.size();
+    // One peer per pass: the caller passes again while peers keep coming,
+    // and an idle listener costs no extra call.
+    if (fds[0].revents) {
+        const int fd = ::accept4(m_listenFd, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+        if (fd >= 0) {
+            moved = true;
+            std::unique_ptr<BlobConnection> connection(new BlobConnection(fd, now + m_connectionDeadline));
+            if (peerIsSameUser(fd) && m_connections.size() < kMaxConnections)
+                m_connections.push_back(std::move(connection));
+        }
+    }
+
+    // In order of acceptance, so that blobs completed in one pass queue in
+    // the order their senders came.
+    for (std::size_t i = 0, slot = 1; i < m_connections.size(); ++slot) {
+        BlobConnection& connection = *m_connections[i];
+        // New peers are read at once: most blobs are already whole in the
+        // socket when it is accepted.
+        if (slot > known || fds[slot].revents || now >= connection.deadline())
+            moved |= connection.service(now) > 0;
+        if (connection.state() == BlobConnection::State::Done) {
+            std::size_t length = 0;
+            char* blob = connection.takeBlob(length);
+            std::unique_ptr<DataRef> ref;
+            try {
+                ref.reset(new DataRef(blob, long(length)));
+            } catch (...) {
+                ScObjects::SoHeap::freeHeap(blob);
+                throw;
+            }
+            m_queue.append(ref.get());
+            ref.release();
+            moved = true;
+        }
+        if (connection.state() == BlobConnection::State::Done || connection.state() == BlobConnection::State::Refused)
+            m_connections.erase(m_connections.begin() + long(i));
+        else
+            ++i;
+    }
+    return moved;
+}
+
+bool LinuxInterAppStream::messagePending() const
+{
+    if (m_listenFd < 0)
+        return false;
+    ObjectLock lock(this);
+    long previous = m_queue.count();
+    try {
+        const Clock::time_point start = Clock::now();
+        int waitMs = 0;
+        for (;;) {
+            const bool moved = servicePass(waitMs);
+            const long count = m_queue.count();
+            const auto left = kServiceBudget - (Clock::now() - start);
+            if (left <= Clock::duration::zero())
+                break;
+            if (count > previous)
+                previous = count;
+            else if (!moved)
+                break;
+            waitMs = m_connections.empty()
+                ? 0
+                : int(std::min<long>(kBlobWaitMs, std::chrono::duration_cast<std::chrono::milliseconds>(left).count()));
+        }
+    } catch (const std::bad_alloc&) {
+        // What was queued stays queued; the rest waits for the next call.
+    }
+    return m_queue.count() >= 1;
+}
+
+int LinuxInterAppStream::readFromMsgQueue()
+{
+    ObjectLock lock(this);
+    if (m_queue.isEmpty())
+        return 0;
+    std::unique_ptr<DataRef> ref(m_queue.removeAt(0));
+    const int n = int(ref->length());
+    fillBuffer(ref->release(), n);
+    return n;
+}
+
+bool LinuxInterAppStream::receive()
+{
+    if (m_listenFd < 0)
+        return false;
+    try {
+        const int n = readFromMsgQueue();
+        if (n == 0)
+            return false;
+        appendFromBuffer(n);
+        return true;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}

@@ -1,0 +1,82 @@
+// The stream on Linux: a listening Unix-domain socket in the user's private
+// endpoint directory.
+//
+// Holding a name is an exclusive flock on <name>.lock (close-on-exec, so
+// launched children do not inherit it); the kernel drops it when the owner
+// dies, which frees the name at once and lets the next owner replace the
+// stale socket. A send is one connection per blob with a length header and
+// a one-byte acknowledgement, all within kSendTimeout. The receiver accepts
+// only its own user's peers (SO_PEERCRED), caps the length before
+// allocating, and gives each connection a deadline, so that a stalled or
+// hostile peer costs it nothing but one file descriptor for a while.
+//
+// messagePending must be called from one thread at a time (it takes the
+// stream lock); send may be called from any thread.
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <vector>
+
+#include "BaseInterAppStream.h"
+#include "SoVector.h"
+
+namespace StreamTransport {
+class BlobConnection;
+}
+
+class LinuxInterAppStream : public BaseInterAppStream {
+public:
+    static constexpr std::chrono::milliseconds kSendTimeout{10000};
+    // Connections being read at once; further peers are turned away until
+    // one of them ends.
+    static constexpr std::size_t kMaxConnections = 64;
+
+    // One received blob, owned: deleting it frees the bytes.
+    class DataRef : public ScObjects::SoHeap {
+    public:
+        DataRef(char* data, long length);
+        virtual ~DataRef();
+        DataRef(const DataRef&) = delete;
+        DataRef& operator=(const DataRef&) = delete;
+
+        const char* data() const { return m_data; }
+        long length() const { return m_length; }
+        // Hands the bytes over to the caller, who frees them with freeHeap.
+        char* release();
+
+    private:
+        char* m_data;
+        long m_length;
+    };
+
+    // Takes the name when nobody holds it; otherwise, or when the endpoint
+    // directory is refused, the stream is not good.
+    LinuxInterAppStream(const ScObjects::SoString& name, bool flag);
+    // Removes the socket while the name is still held, then lets it go.
+    ~LinuxInterAppStream() override;
+
+    bool isGood() const override;
+    bool send(const ScObjects::SoString& target, const ScObjects::SoString& data) const override;
+    bool receive() override;
+    bool messagePending() const override;
+
+    // How long one peer may take to deliver its blob, from its connection
+    // being accepted; kSendTimeout unless changed.
+    void setConnectionDeadline(std::chrono::milliseconds deadline);
+
+private:
+    bool open();
+    // One pass over the listening socket and the open connections, waiting
+    // at most waitMs for any of them; whether any byte or peer was taken in.
+    bool servicePass(int waitMs) const;
+    int readFromMsgQueue();
+
+    int m_listenFd = -1;
+    int m_lockFd = -1;
+    ScObjects::SoString m_socketPath;
+    mutable ScObjects::SoVector<DataRef> m_queue;
+    ScObjects::SoLockable m_sendLock;
+    mutable std::vector<std::unique_ptr<StreamTransport::BlobConnection>> m_connections;
+    std::chrono::milliseconds m_connectionDeadline = kSendTimeout;
+};

@@ -1,0 +1,247 @@
+#include <pwd.h>
+#include <sys/stat.h>
+
+#include <atomic>
+#include <thread>
+
+#include "EndpointPath.h"
+#include "StreamPattern.h"
+#include "StreamTestSupport.h"
+
+using ScObjects::SoString;
+using ScObjects::TesselTalkUtils::createNextAvailableInterAppStream;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+std::string socketPath(const std::string& name)
+{
+    StreamTransport::EndpointPaths paths;
+    EXPECT_TRUE(StreamTransport::endpointPaths("\\\\.\\port\\Quay_and_Mole_" + name, paths));
+    return paths.socket;
+}
+
+// Keeps a stream served from a second thread for as long as it lives, and
+// records the longest single messagePending call.
+class Poller {
+public:
+    explicit Poller(InterAppStream& stream)
+        : m_stream(stream)
+        , m_thread([this] { run(); })
+    {
+    }
+    ~Poller() { stop(); }
+    void stop()
+    {
+        m_stop = true;
+        if (m_thread.joinable())
+            m_thread.join();
+    }
+    std::chrono::milliseconds longestPoll() const { return std::chrono::milliseconds(m_longestMs.load()); }
+
+private:
+    void run()
+    {
+        while (!m_stop) {
+            const auto start = Clock::now();
+            const bool pending = m_stream.messagePending();
+            const long ms = long(std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count());
+            if (ms > m_longestMs)
+                m_longestMs = ms;
+            if (pending) {
+                while (m_stream.receive()) {
+                }
+            } else {
+                ::usleep(1000);
+            }
+        }
+    }
+
+    InterAppStream& m_stream;
+    std::atomic<bool> m_stop{false};
+    std::atomic<long> m_longestMs{0};
+    std::thread m_thread;
+};
+
+long elapsedMs(Clock::time_point since)
+{
+    return long(std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - since).count());
+}
+
+} // namespace
+
+TEST_F(StreamTest, NameHeldByLiveProcessIsNotGoodAndFactoryNumbersInstances)
+{
+    PeerProcess owner({"hold", "tessel-4.0"});
+    ASSERT_EQ(owner.readLine(), "tessel-4.0");
+    EXPECT_FALSE(InterAppStream("tessel-4.0", false).isGood());
+
+    std::unique_ptr<InterAppStream> first(createNextAvailableInterAppStream("tessel-4.0"));
+    ASSERT_TRUE(first);
+    EXPECT_STREQ(first->name().c_str(), "tessel_1-4.0");
+    PeerProcess second({"hold", "tessel-4.0"});
+    EXPECT_EQ(second.readLine(), "tessel_2-4.0");
+    PeerProcess numbered({"hold", "tessel_1-4.0"});
+    EXPECT_EQ(numbered.readLine(), "none");
+}
+
+TEST_F(StreamTest, NameOfKilledOwnerIsFreeAtOnceDespiteItsStaleSocket)
+{
+    PeerProcess owner({"hold", "tessel"});
+    ASSERT_EQ(owner.readLine(), "tessel");
+    owner.killHard();
+    owner.wait();
+    struct stat info;
+    ASSERT_EQ(::lstat(socketPath("tessel").c_str(), &info), 0) << "a SIGKILL leaves the socket behind";
+
+    InterAppStream sender("sender", false);
+    auto start = Clock::now();
+    EXPECT_FALSE(sender.send("tessel", "to the dead"));
+    EXPECT_LT(elapsedMs(start), 50);
+
+    InterAppStream heir("tessel", false);
+    ASSERT_TRUE(heir.isGood());
+    PeerProcess peer({"send", "tessel", "100"});
+    EXPECT_EQ(drain(heir, 100, std::chrono::seconds(5)), streamPattern(100));
+    EXPECT_EQ(peer.readLine(), "ok");
+}
+
+TEST_F(StreamTest, LaunchedChildDoesNotKeepItsParentsName)
+{
+    std::unique_ptr<InterAppStream> parent(new InterAppStream("parent", false));
+    ASSERT_TRUE(parent->isGood());
+    PeerProcess child({"hold", "child"});
+    ASSERT_EQ(child.readLine(), "child");
+    parent.reset();
+    EXPECT_TRUE(InterAppStream("parent", false).isGood());
+}
+
+TEST_F(StreamTest, SendToNameNobodyHoldsFailsAtOnce)
+{
+    InterAppStream sender("sender", false);
+    // Never held; held once and let go cleanly; a lock file without socket.
+    { InterAppStream gone("gone", false); }
+    ASSERT_EQ(::close(::open(
+                  (endpointDir() + "/" + StreamTransport::endpointBaseName(endpointDir(), "\\\\.\\port\\Quay_and_Mole_lockonly") + ".lock").c_str(),
+                  O_CREAT | O_WRONLY, 0600)),
+        0);
+    for (const char* target : {"nobody-here", "gone", "lockonly"}) {
+        const auto start = Clock::now();
+        EXPECT_FALSE(sender.send(target, "hello")) << target;
+        EXPECT_LT(elapsedMs(start), 50) << target;
+    }
+}
+
+TEST_F(StreamTest, SixteenMiBBlobsTravelIntactBothWays)
+{
+    const std::size_t size = std::size_t(16) << 20;
+    InterAppStream receiver("big", false);
+    PeerProcess peer({"send", "big", std::to_string(size)});
+    const std::string got = drain(receiver, size, std::chrono::seconds(10));
+    EXPECT_EQ(peer.readLine(), "ok");
+    ASSERT_EQ(got.size(), size);
+    EXPECT_TRUE(got == streamPattern(size)) << "the blob arrived changed";
+    EXPECT_EQ(receiver.receiveBufferCapacity(), long(size));
+
+    PeerProcess sink({"hold", "sink"});
+    ASSERT_EQ(sink.readLine(), "sink");
+    const std::string blob = streamPattern(size);
+    EXPECT_TRUE(receiver.send("sink", SoString(blob.data(), long(blob.size()))));
+}
+
+TEST_F(StreamTest, StalledPeerIsDroppedAtItsDeadlineWhileOthersAreServed)
+{
+    InterAppStream receiver("receiver", false);
+    receiver.setConnectionDeadline(std::chrono::milliseconds(400));
+    Poller poller(receiver);
+    PeerProcess stalled({"raw", socketPath("receiver"), "stall"});
+    ::usleep(100000);
+    PeerProcess punctual({"send", "receiver", "64"});
+    EXPECT_EQ(punctual.readLine(), "ok");
+    const std::string line = stalled.readLine();
+    ASSERT_EQ(line.rfind("dropped ", 0), 0u) << line;
+    const long ms = std::atol(line.c_str() + 8);
+    EXPECT_GE(ms, 300);
+    EXPECT_LT(ms, 2000);
+    poller.stop();
+    EXPECT_LT(poller.longestPoll(), std::chrono::milliseconds(150));
+    EXPECT_EQ(std::string(receiver.getMessages().c_str()), streamPattern(64));
+}
+
+TEST_F(StreamTest, BadPeerInputIsRefusedAndTheEndpointKeepsServing)
+{
+    InterAppStream receiver("receiver", false);
+    receiver.setConnectionDeadline(std::chrono::milliseconds(300));
+    Poller poller(receiver);
+    for (const char* mode : {"garbage", "huge", "silent", "halfway"}) {
+        PeerProcess bad({"raw", socketPath("receiver"), mode});
+        EXPECT_EQ(bad.readLine(), "refused") << mode;
+        PeerProcess good({"send", "receiver", "64"});
+        EXPECT_EQ(good.readLine(), "ok") << "after " << mode;
+    }
+    poller.stop();
+    std::string expected;
+    for (int i = 0; i < 4; ++i)
+        expected += streamPattern(64);
+    EXPECT_EQ(std::string(receiver.getMessages().c_str()), expected);
+}
+
+TEST_F(StreamTest, EndpointDirectoryThatIsNotPrivateIsRefused)
+{
+    const passwd* nobody = ::getpwnam("nobody");
+    const std::string dir = endpointDir();
+    const std::string elsewhere = m_runtime + "/elsewhere";
+    ASSERT_EQ(::mkdir(elsewhere.c_str(), 0700), 0);
+    struct Row {
+        const char* what;
+        std::function<bool()> make;
+    } rows[] = {
+        {"group bits", [&] { return ::mkdir(dir.c_str(), 0700) == 0 && ::chmod(dir.c_str(), 0750) == 0; }},
+        {"other bits", [&] { return ::mkdir(dir.c_str(), 0700) == 0 && ::chmod(dir.c_str(), 0701) == 0; }},
+        {"symlink to a private directory", [&] { return ::symlink(elsewhere.c_str(), dir.c_str()) == 0; }},
+        {"a file", [&] { return ::close(::open(dir.c_str(), O_CREAT | O_WRONLY, 0600)) == 0; }},
+        {"owned by another user",
+            [&] { return ::getuid() == 0 && nobody && ::mkdir(dir.c_str(), 0700) == 0 && ::chown(dir.c_str(), nobody->pw_uid, nobody->pw_gid) == 0; }},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        std::filesystem::remove_all(dir);
+        if (!row.make()) {
+            std::printf("skipped \"%s\": needs root and a nobody user\n", row.what);
+            continue;
+        }
+        InterAppStream stream("refused", false);
+        EXPECT_FALSE(stream.isGood());
+        EXPECT_EQ(createNextAvailableInterAppStream("refused"), nullptr);
+        EXPECT_TRUE(std::filesystem::is_empty(elsewhere));
+    }
+    std::filesystem::remove_all(dir);
+    EXPECT_TRUE(InterAppStream("accepted", false).isGood());
+
+    // A runtime directory that is not private sends us to the per-user
+    // directory under /tmp instead.
+    ASSERT_EQ(::chmod(m_runtime.c_str(), 0755), 0);
+    EXPECT_EQ(StreamTransport::endpointDirectory(), "/tmp/tesseltalk-" + std::to_string(::geteuid()));
+}
+
+TEST_F(StreamTest, PeerRunningAsAnotherUserCannotDeliver)
+{
+    const passwd* nobody = ::getpwnam("nobody");
+    if (::getuid() != 0 || !nobody)
+        GTEST_SKIP() << "needs root to run a peer as nobody";
+    InterAppStream receiver("receiver", false);
+    ASSERT_TRUE(receiver.isGood());
+    // Open the way to the socket itself, so that only the receiver's own
+    // check of the peer's user stands between them.
+    const std::string socket = socketPath("receiver");
+    ASSERT_EQ(::chmod(m_runtime.c_str(), 0711), 0);
+    ASSERT_EQ(::chmod(endpointDir().c_str(), 0711), 0);
+    ASSERT_EQ(::chmod(socket.c_str(), 0777), 0);
+    Poller poller(receiver);
+    PeerProcess stranger({"raw", socket, "valid", "--as-nobody"});
+    EXPECT_EQ(stranger.readLine(), "refused");
+    PeerProcess same({"raw", socket, "valid"});
+    EXPECT_EQ(same.readLine(), "acked");
+    poller.stop();
+    EXPECT_EQ(std::string(receiver.getMessages().c_str()), streamPattern(64));
+}
