@@ -27,11 +27,12 @@ constexpr double kLaunchGuardMs = 30000;
 constexpr double kLaunchHoldMs = 15000;
 constexpr unsigned int kPollMs = 100;
 
-bool endpointsHeld(const Specifier& target)
+// Whether target takes deliveries. A held name alone is not enough: the
+// probes of other processes hold names for a moment too.
+bool acceptsDeliveries(const Specifier& target, const SoString& self)
 {
-    InterAppStream* stream = InterAppStream::get();
-    return stream
-        && (!stream->canOpen(TesselTalkUtils::threadEndpointName(target), false) || !stream->canOpen(target, false));
+    return TesselTalkUtils::testTarget(self, TesselTalkUtils::threadEndpointName(target), "ping", 0)
+        || TesselTalkUtils::testTarget(self, target, "Calligo", 0);
 }
 
 // Several processes may want the same target at the same moment: the one
@@ -127,7 +128,8 @@ bool TesselTalk::launchTarget(const char* spec, const SoString* params, Focus fo
     if (TesselTalkConnector* connector = context->getConnector())
         connector->setProcessID(target, pid);
     const double hold = TesselTalkUtils::getUTCTimeMilliSeconds() + kLaunchHoldMs;
-    while (!endpointsHeld(target) && TesselTalkUtils::Launcher::isProcessRunning(pid)
+    const SoString self = context->getAppSpecifier();
+    while (!acceptsDeliveries(target, self) && TesselTalkUtils::Launcher::isProcessRunning(pid)
         && TesselTalkUtils::getUTCTimeMilliSeconds() < hold)
         TesselTalkUtils::sleep(kPollMs);
     return true;

@@ -198,6 +198,10 @@ TEST_F(TwoProcess, EightSimultaneousSendersCauseOneLaunch)
         usleep(100000);
     EXPECT_EQ(countLines(out, "started "), 1);
     EXPECT_EQ(countLines(out, "handled from "), 8);
+    if (HasFailure()) {
+        for (const std::string& line : readLines(out))
+            ADD_FAILURE() << "peer: " << line;
+    }
 }
 
 TEST_F(TwoProcess, DeadPeersHangNobody)
