@@ -112,6 +112,9 @@ int TesselTalk::InitTerm::exit()
     if (!context)
         return 0;
     TesselTalkContext::setCurrentContext(nullptr);
+    // Objects that outlive the messaging system go on without a thread; the
+    // context goes with the last of them.
+    context->stopThread();
     if (context->getNumberOfInstances() == 0)
         delete context;
     else

@@ -45,15 +45,26 @@ TesselTalkContext::TesselTalkContext(const SoString& appSpec)
 
 TesselTalkContext::~TesselTalkContext()
 {
-    if (m_thread) {
-        m_thread->stop();
-        m_thread->waitForRunExit();
-        delete m_thread;
-    }
+    stopThread();
     TesselTalkContext* self = this;
     gCurrent.compare_exchange_strong(self, nullptr);
     self = this;
     gShared.compare_exchange_strong(self, nullptr);
+}
+
+void TesselTalkContext::stopThread()
+{
+    MessagingThread* thread;
+    {
+        ObjectLock guard(this);
+        thread = m_thread;
+        m_thread = nullptr;
+    }
+    if (thread) {
+        thread->stop();
+        thread->waitForRunExit();
+        delete thread;
+    }
 }
 
 TesselTalkContext* TesselTalkContext::getCurrentContext()
@@ -155,6 +166,12 @@ void TesselTalkContext::setLogging(bool on)
 {
     ObjectLock guard(this);
     m_logging = on;
+}
+
+MessagingThread* TesselTalkContext::getThread() const
+{
+    ObjectLock guard(this);
+    return m_thread;
 }
 
 TesselTalkConnector* TesselTalkContext::getConnector() const

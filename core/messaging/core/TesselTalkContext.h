@@ -54,8 +54,10 @@ public:
     unsigned long getNextSerialNumber();
     bool isLogging() const;
     void setLogging(bool on);
+    // Stops, joins and deletes the messaging thread; the context stays.
+    void stopThread();
     // Null when no thread factory was installed.
-    MessagingThread* getThread() const { return m_thread; }
+    MessagingThread* getThread() const;
     TesselTalkConnector* getConnector() const;
     SoString getAppSpecifier() const;
     SoString getSignature() const;

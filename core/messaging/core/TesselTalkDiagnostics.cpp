@@ -35,7 +35,8 @@ void TesselTalkContext::appendDiagnostics(SoString& out, const SoString& prefix)
     if (main)
         mainText << (isOwnedByInstances() ? " (main, init() hasn't been called)" : " (main)");
     line(out, path, "Main", mainText);
-    line(out, path, "Thread", m_thread ? m_thread->getSpecifier() : SoString());
+    const MessagingThread* thread = getThread();
+    line(out, path, "Thread", thread ? thread->getSpecifier() : SoString());
 }
 
 namespace TesselTalk {

@@ -45,13 +45,6 @@ public:
         const std::string body = message.getBody().c_str();
         if (kind != kRequest && kind != kUser)
             return 0;
-        static const char kLaunchKey[] = "// LAUNCHPARAMS:";
-        if (body.compare(0, sizeof kLaunchKey - 1, kLaunchKey) == 0) {
-            const std::string launcher = body.substr(sizeof kLaunchKey - 1, body.find('\n') - (sizeof kLaunchKey - 1));
-            const SoString answer = TesselTalk::TesselTalk::Thread::ping(launcher.c_str(), "LAUNCHED", 5);
-            record("confirmed " + std::string(answer.c_str()));
-            return 0;
-        }
         if (message.getType() == "LaunchParams")
             return 0;
         record("handled " + body);

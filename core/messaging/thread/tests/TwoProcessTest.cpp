@@ -146,7 +146,6 @@ TEST_F(TwoProcess, SendLaunchesRegisteredTargetWithItsParameters)
     EXPECT_TRUE(waitForLine(out, "handled hello"));
     EXPECT_EQ(countLines(out, "started "), 1);
     EXPECT_EQ(countLines(out, "params -specifier ttlaunch-1.0 -nostartupscreen"), 1);
-    EXPECT_TRUE(waitForLine(out, "confirmed LAUNCHED"));
     EXPECT_TRUE(pumpUntil([] { return Messaging::Thread::getPingValue("LAUNCHPARAMS:ttlaunch-1.0").isEmpty(); }))
         << "the confirmation clears the launch key";
     if (HasFailure()) {
