@@ -13,6 +13,7 @@
 #include "TesselTalk.h"
 #include "TesselTalkConnector.h"
 #include "TesselTalkContext.h"
+#include "TesselTalkPing.h"
 #include "TesselTalkSetupThread.h"
 #include "TesselTalkUtils.h"
 
@@ -22,6 +23,7 @@ namespace TesselTalk {
 namespace {
 
 constexpr unsigned long kConnectorRefreshSeconds = 60;
+constexpr long kConfirmSeconds = 2;
 
 std::atomic<unsigned long> gLastConnectorRefresh{0};
 
@@ -74,6 +76,22 @@ void keepBack(Message& message, unsigned long now)
     } else {
         message.setTimestamp(now);
     }
+}
+
+// A launcher that offered us parameters as a script comment waits for our
+// confirmation; the comment names it: "// LAUNCHPARAMS:" launcher "\n".
+void confirmLaunch(const Message& message)
+{
+    static const char kKey[] = "// LAUNCHPARAMS:";
+    const char* body = message.getBody().c_str();
+    if (std::strncmp(body, kKey, sizeof kKey - 1) != 0)
+        return;
+    const char* name = body + sizeof kKey - 1;
+    const char* end = std::strchr(name, '\n');
+    const SoString launcher(name, end ? end - name : -1);
+    if (!launcher.isEmpty())
+        TesselTalkUtils::ping(launcher, true, SoString("LAUNCHED"), static_cast<unsigned long>(std::rand()),
+            kConfirmSeconds, nullptr, nullptr);
 }
 
 } // namespace
@@ -173,6 +191,8 @@ bool TesselTalk::handle(Message* taken)
         && message->getResultSerial() == kNoSerial && message->getErrorSerial() == kNoSerial
         && message->getBody().isEmpty();
 
+    if (type == kTypeCalligo)
+        confirmLaunch(*message);
     if (!emptyRequest) {
         bool viaDefault = false;
         MsgHandler* handler = findHandler(type.c_str(), serial);
