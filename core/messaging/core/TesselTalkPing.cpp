@@ -1,0 +1,192 @@
+#include "TesselTalkPing.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+#include "ApplicationRegistry.h"
+#include "InterAppStream.h"
+#include "Launcher.h"
+#include "Message.h"
+#include "TesselTalkContext.h"
+#include "TesselTalkSetupThread.h"
+#include "TesselTalkUtils.h"
+
+namespace ScObjects {
+namespace TesselTalkUtils {
+
+namespace {
+
+constexpr int kExtraSenderNames = 10;
+constexpr unsigned int kPingPollMs = 10;
+
+SoString ownAppSpecifier()
+{
+    TesselTalkContext* context = TesselTalkContext::peekCurrentContext();
+    return context ? context->getAppSpecifier() : SoString("unknown");
+}
+
+// Our reply endpoint: our own specifier with the number as instance and
+// the suffix "ping", so that the answering thread can tell who asked.
+std::unique_ptr<InterAppStream> openReplyEndpoint(unsigned long number)
+{
+    for (int attempt = 0; attempt < 4; ++attempt) {
+        TesselTalk::Specifier self(ownAppSpecifier().c_str(), false);
+        SoString instance;
+        instance << number;
+        self.setInstance(instance.c_str());
+        self.setSuffix("ping");
+        std::unique_ptr<InterAppStream> stream(createNextAvailableInterAppStream(self));
+        if (stream && stream->isGood())
+            return stream;
+        number = static_cast<unsigned long>(std::rand());
+    }
+    return nullptr;
+}
+
+bool takeAnswer(InterAppStream& stream, SoString& answer, SoString* responseBody)
+{
+    if (!stream.messagePending())
+        return false;
+    while (stream.receive()) {
+    }
+    const SoString text = stream.getMessages();
+    const char* cursor = text.c_str();
+    const char* end = cursor + text.length();
+    while (cursor < end) {
+        TesselTalk::Message reply;
+        const char* next = reply.readFromString(cursor, end - cursor);
+        if (next <= cursor)
+            break;
+        cursor = next;
+        // The answering thread puts its answer under the request's header name.
+        const SoString value = reply.getUserHeaderValue("ECHO_REQUEST");
+        if (reply.getType() == "ping" && !value.isEmpty()) {
+            answer = value;
+            if (responseBody)
+                *responseBody = reply.getBody();
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+SoString threadEndpointName(const SoString& appSpec)
+{
+    const TesselTalk::Specifier spec(appSpec.c_str(), false);
+    SoString name = spec.appName();
+    if (!spec.instance().isEmpty())
+        name << '_' << spec.instance();
+    if (!spec.version().isEmpty())
+        name << '-' << spec.version();
+    if (!spec.locale().isEmpty())
+        name << '-' << spec.locale();
+    name << "#thread";
+    return name;
+}
+
+SoString ping(const SoString& target, bool toThread, const SoString& request, unsigned long number,
+    long timeoutSeconds, const SoString* body, SoString* responseBody)
+{
+    InterAppStream* process = InterAppStream::get();
+    if (!process || !process->isGood())
+        return SoString("NOINTERAPPSTREAM");
+    const TesselTalk::Specifier spec(target.c_str(), true);
+    if (spec.isEmpty())
+        return SoString();
+    std::unique_ptr<InterAppStream> replies = openReplyEndpoint(number);
+    if (!replies)
+        return SoString();
+
+    TesselTalk::Message message;
+    message.setTarget(toThread ? threadEndpointName(spec).c_str() : spec.c_str());
+    message.setSender(replies->name().c_str());
+    message.setType("ping");
+    message.setHeader("ECHO_REQUEST", request.c_str());
+    message.setSerialNumber(number);
+    if (body)
+        message.setBody(body->c_str(), body->length());
+    SoString text;
+    if (!message.writeToString(text) || !replies->send(message.getTarget(), text))
+        return SoString();
+
+    const double deadline = getUTCTimeMilliSeconds() + double(timeoutSeconds) * 1000.0;
+    SoString answer;
+    do {
+        if (takeAnswer(*replies, answer, responseBody))
+            return answer;
+        sleep(kPingPollMs);
+    } while (getUTCTimeMilliSeconds() < deadline);
+    return SoString();
+}
+
+bool testTarget(const SoString& self, const SoString& target, const char* type, unsigned long serial)
+{
+    if (self == target)
+        return true;
+    InterAppStream* stream = InterAppStream::get();
+    if (!stream || !stream->isGood())
+        return false;
+    if (stream->canOpen(target, false))
+        return false;
+    SoString sender(self);
+    sender << '#' << type;
+    for (int extra = 0; extra < kExtraSenderNames && !stream->canOpen(sender, false); ++extra) {
+        sender = self;
+        sender << '_' << static_cast<unsigned long>(std::rand()) << '#' << type;
+    }
+    TesselTalk::Message probe;
+    probe.setSender(sender.c_str());
+    probe.setTarget(target.c_str());
+    probe.setType(type);
+    probe.setSerialNumber(serial);
+    SoString text;
+    return probe.writeToString(text) && stream->send(target, text);
+}
+
+bool isRunning(const TesselTalk::Specifier& spec)
+{
+    if (spec.isEmpty())
+        return false;
+    SoString self;
+    unsigned long serial = 0;
+    TesselTalkContext* context = TesselTalkSetupThread::isSetupThreadRunning()
+        ? nullptr
+        : TesselTalkContext::peekCurrentContext();
+    if (context) {
+        self = context->getAppSpecifier();
+        serial = context->getNextSerialNumber();
+    } else {
+        char stamp[64];
+        std::snprintf(stamp, sizeof stamp, "Unknown%.0f", getUTCTimeMilliSeconds());
+        self = stamp;
+    }
+    if (self == spec)
+        return true;
+    if (spec.suffix().isEmpty()) {
+        TesselTalk::SpecifierContext* specifiers = TesselTalk::getSpecifierContext();
+        TesselTalk::ApplicationRegistry* registry = specifiers ? specifiers->getRegistry() : nullptr;
+        if (registry && Launcher::isProcessRunning(registry->getProcessID(spec)))
+            return true;
+        if (testTarget(self, threadEndpointName(spec), "ping", serial))
+            return true;
+    }
+    return testTarget(self, spec, "Calligo", serial);
+}
+
+bool isBusy(const TesselTalk::Specifier& spec)
+{
+    if (spec.isEmpty() || !InterAppStream::get())
+        return false;
+    return ping(spec, true, SoString("STATUS"), static_cast<unsigned long>(std::rand()), 1, nullptr, nullptr) == "BUSY";
+}
+
+SoString status(const TesselTalk::Specifier& spec)
+{
+    return ping(spec, true, SoString("STATUS"), static_cast<unsigned long>(std::rand()), 2, nullptr, nullptr);
+}
+
+} // namespace TesselTalkUtils
+} // namespace ScObjects
