@@ -184,7 +184,28 @@ public:
     }
 };
 
+// The launch layer's running test probes through this process's stream.
+class StreamProbe : public TesselTalkUtils::ProbeStream {
+public:
+    bool canCreateLocally(const SoString& name) override
+    {
+        InterAppStream* stream = InterAppStream::get();
+        return !stream || !stream->isGood() || stream->canOpen(name, false);
+    }
+    bool canTakeSenderName(const SoString& name) override
+    {
+        InterAppStream* stream = InterAppStream::get();
+        return stream && stream->canOpen(name, false);
+    }
+    bool deliver(const SoString& target, const SoString& text) override
+    {
+        InterAppStream* stream = InterAppStream::get();
+        return stream && stream->isGood() && stream->send(target, text);
+    }
+};
+
 Specifiers gSpecifiers;
+StreamProbe gProbe;
 Queues gQueues;
 Launches gLaunches;
 Endpoints gEndpoints;
@@ -197,10 +218,12 @@ void installCoreServices()
     setQueueServices(&gQueues);
     TesselTalkUtils::setLaunchHost(&gLaunches);
     TesselTalkUtils::setLaunchEndpoints(&gEndpoints);
+    TesselTalkUtils::setProbeStream(&gProbe);
 }
 
 void removeCoreServices()
 {
+    TesselTalkUtils::setProbeStream(nullptr);
     TesselTalkUtils::setLaunchEndpoints(nullptr);
     TesselTalkUtils::setLaunchHost(nullptr);
     setQueueServices(nullptr);

@@ -17,7 +17,6 @@ namespace TesselTalkUtils {
 
 namespace {
 
-constexpr int kExtraSenderNames = 10;
 constexpr unsigned int kPingPollMs = 10;
 
 SoString ownAppSpecifier()
@@ -75,16 +74,7 @@ bool takeAnswer(InterAppStream& stream, SoString& answer, SoString* responseBody
 
 SoString threadEndpointName(const SoString& appSpec)
 {
-    const TesselTalk::Specifier spec(appSpec.c_str(), false);
-    SoString name = spec.appName();
-    if (!spec.instance().isEmpty())
-        name << '_' << spec.instance();
-    if (!spec.version().isEmpty())
-        name << '-' << spec.version();
-    if (!spec.locale().isEmpty())
-        name << '-' << spec.locale();
-    name << "#thread";
-    return name;
+    return threadEndpointName(TesselTalk::Specifier(appSpec.c_str(), false));
 }
 
 SoString ping(const SoString& target, bool toThread, const SoString& request, unsigned long number,
@@ -122,30 +112,6 @@ SoString ping(const SoString& target, bool toThread, const SoString& request, un
     return SoString();
 }
 
-bool testTarget(const SoString& self, const SoString& target, const char* type, unsigned long serial)
-{
-    if (self == target)
-        return true;
-    InterAppStream* stream = InterAppStream::get();
-    if (!stream || !stream->isGood())
-        return false;
-    if (stream->canOpen(target, false))
-        return false;
-    SoString sender(self);
-    sender << '#' << type;
-    for (int extra = 0; extra < kExtraSenderNames && !stream->canOpen(sender, false); ++extra) {
-        sender = self;
-        sender << '_' << static_cast<unsigned long>(std::rand()) << '#' << type;
-    }
-    TesselTalk::Message probe;
-    probe.setSender(sender.c_str());
-    probe.setTarget(target.c_str());
-    probe.setType(type);
-    probe.setSerialNumber(serial);
-    SoString text;
-    return probe.writeToString(text) && stream->send(target, text);
-}
-
 bool isRunning(const TesselTalk::Specifier& spec)
 {
     if (spec.isEmpty())
@@ -163,17 +129,7 @@ bool isRunning(const TesselTalk::Specifier& spec)
         std::snprintf(stamp, sizeof stamp, "Unknown%.0f", getUTCTimeMilliSeconds());
         self = stamp;
     }
-    if (self == spec)
-        return true;
-    if (spec.suffix().isEmpty()) {
-        TesselTalk::SpecifierContext* specifiers = TesselTalk::getSpecifierContext();
-        TesselTalk::ApplicationRegistry* registry = specifiers ? specifiers->getRegistry() : nullptr;
-        if (registry && Launcher::isProcessRunning(registry->getProcessID(spec)))
-            return true;
-        if (testTarget(self, threadEndpointName(spec), "ping", serial))
-            return true;
-    }
-    return testTarget(self, spec, "Calligo", serial);
+    return isRunning(spec, self, serial);
 }
 
 bool isBusy(const TesselTalk::Specifier& spec)

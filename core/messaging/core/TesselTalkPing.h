@@ -3,14 +3,14 @@
 // that tell whether an application runs.
 #pragma once
 
+#include "RunningTest.h"
 #include "SoString.h"
 #include "Specifier.h"
 
 namespace ScObjects {
 namespace TesselTalkUtils {
 
-// app "_" instance "-" version "-" locale "#thread", leaving out what the
-// specifier lacks: the endpoint of an application's messaging thread.
+// The endpoint of an application's messaging thread, from its specifier text.
 SoString threadEndpointName(const SoString& appSpec);
 
 // Sends request (in the "ECHO_REQUEST" header) to target's messaging thread
@@ -21,12 +21,9 @@ SoString threadEndpointName(const SoString& appSpec);
 SoString ping(const SoString& target, bool toThread, const SoString& request, unsigned long number,
     long timeoutSeconds, const SoString* body, SoString* responseBody);
 
-// Delivers a probe message of type from self to target; true when self is
-// target or delivery succeeded. No answer is awaited.
-bool testTarget(const SoString& self, const SoString& target, const char* type, unsigned long serial);
-
-// Whether spec runs: the caller itself, a live registered process, a held
-// thread endpoint, or a held endpoint of its own.
+// Whether spec runs, asked as this process's context (its specifier and
+// next serial number): the running test of the launch layer, whose probes
+// go through this process's stream once InitTerm::init has installed it.
 bool isRunning(const TesselTalk::Specifier& spec);
 // Whether spec answers a "STATUS" ping with "BUSY" within a second.
 bool isBusy(const TesselTalk::Specifier& spec);
