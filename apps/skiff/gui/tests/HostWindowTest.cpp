@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <QAbstractButton>
+#include <QCheckBox>
+#include <QLabel>
 #include <QApplication>
 #include <QDialog>
 #include <QDir>
@@ -13,7 +15,9 @@
 #include <QTemporaryDir>
 #include <QTimer>
 
+#include <algorithm>
 #include <memory>
+#include <vector>
 
 #include <unistd.h>
 
@@ -237,6 +241,41 @@ TEST(QtPanelLoad, NamesWhatIsWrongWithTheForm)
     EXPECT_EQ(panel->GetWidget("no_such_widget", &none), kFxErrInvalidArg);
     EXPECT_EQ(none, nullptr);
     panel->Release();
+}
+
+} // namespace
+
+namespace {
+
+// The widget interface on the kinds of widget the form holds; the text is
+// cut to the buffer, terminator included.
+TEST(PanelWidget, ReadsAndWritesTheWrappedWidget)
+{
+    QCheckBox box;
+    QLabel label;
+    const std::u16string text = u"Sicherungskopien";
+    for (QWidget* native : {static_cast<QWidget*>(&box), static_cast<QWidget*>(&label)}) {
+        SCOPED_TRACE(native->metaObject()->className());
+        auto* widget = new PanelWidget(native);
+        widget->SetText(reinterpret_cast<const FxChar*>(text.c_str()));
+        for (const unsigned size : {1u, 5u, 16u, 17u, 40u}) {
+            std::vector<FxChar> buffer(size + 1, FxChar(0x7777));
+            widget->GetText(buffer.data(), size);
+            const std::size_t expected = std::min<std::size_t>(text.size(), size - 1);
+            EXPECT_EQ(std::u16string(reinterpret_cast<const char16_t*>(buffer.data())), text.substr(0, expected))
+                << size;
+            EXPECT_EQ(buffer[size], FxChar(0x7777)) << "written past the buffer, size " << size;
+        }
+        widget->SetSecondText(reinterpret_cast<const FxChar*>(u"/media/backup"));
+        EXPECT_EQ(native->toolTip(), QStringLiteral("/media/backup"));
+        widget->SetChecked(true);
+        EXPECT_EQ(widget->IsChecked(), native == &box);
+        widget->SetEnabled(false);
+        EXPECT_FALSE(native->isEnabled());
+        EXPECT_FALSE(widget->IsEnabled());
+        EXPECT_EQ(widget->NativeWidget(), native);
+        widget->Release();
+    }
 }
 
 } // namespace
