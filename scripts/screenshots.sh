@@ -1,12 +1,16 @@
 #!/usr/bin/env bash
 # Rewrites docs/screenshots/ from real windows: builds ui-gallery and the
-# dictionaries, runs the gallery under Xvfb for every shipped locale, and
-# replaces the whole folder only when every screenshot was taken, so a
-# locale that is no longer shipped disappears and a failed run changes nothing.
+# dictionaries, runs the gallery under Xvfb for every shipped locale, adds
+# the reference host's window (host/: the panel in English and German, a
+# download in progress), and replaces the whole folder only when every
+# screenshot was taken, so a locale that is no longer shipped disappears and
+# a failed run changes nothing.
 #
 #   scripts/screenshots.sh [build-dir]           rewrite docs/screenshots/
 #   scripts/screenshots.sh --check [build-dir]   only compare (no build): exit 1
 #                                                when a committed picture is stale
+#                                                (host/ is left out: its log shows
+#                                                the run's temporary folders)
 #
 # The build directory must be configured (scripts/bootstrap.sh). The pictures
 # are the same on every machine set up by scripts/bootstrap.sh (same Qt, same
@@ -26,7 +30,7 @@ if [ ! -f "$build/CMakeCache.txt" ]; then
 fi
 if ! $check; then
   # tessel_ui stages the help icon the settings dialog shows.
-  cmake --build "$build" -j2 --target ui-gallery zstring_dictionaries tessel_ui
+  cmake --build "$build" -j2 --target ui-gallery zstring_dictionaries tessel_ui skiff
 fi
 
 work=$(mktemp -d)
@@ -38,14 +42,37 @@ XDG_RUNTIME_DIR="$work/runtime" QT_QPA_PLATFORM=xcb QT_STYLE_OVERRIDE=fusion QT_
   QT_AUTO_SCREEN_SCALE_FACTOR=0 \
   xvfb-run -a -s "-screen 0 1280x1024x24 -dpi 96" "$build/stage/bin/ui-gallery" --out "$work/shots" >/dev/null
 
+# The host's window, with its own user folders: the stored preferences are
+# the shipped ones except that nothing is handed on, so the run ends with the
+# plug-in's files-copied message, which the picture-taking run closes itself.
+host_shots() {
+  local home="$work/host-home" card="$work/card/DCIM/100SHOT"
+  mkdir -p "$home/config-de" "$home/data/Corvane/Tessel 2024" "$home/runtime" "$card" "$work/shots/host"
+  chmod 700 "$home/runtime"
+  echo "Language=de" >"$home/config-de/com.corvane.skiff.conf"
+  sed 's|key="OpenTessel" type="text">1<|key="OpenTessel" type="text">0<|' \
+    modules/preference_xml_parser/Resources/Preferences.xml >"$home/data/Corvane/Tessel 2024/Preferences.xml"
+  for i in 1 2 3 4 5 6; do head -c $((200000 + i * 1000)) /dev/zero >"$card/IMG_000$i.JPG"; done
+  local stage; stage=$(cd "$build/stage/bin" && pwd)
+  local env=(env HOME="$home" XDG_CONFIG_HOME="$home/config" XDG_DATA_HOME="$home/data" XDG_RUNTIME_DIR="$home/runtime"
+    QT_QPA_PLATFORM=xcb QT_STYLE_OVERRIDE=fusion QT_SCALE_FACTOR=1 QT_AUTO_SCREEN_SCALE_FACTOR=0)
+  (cd "$stage" &&
+    xvfb-run -a -s "-screen 0 1280x1024x24 -dpi 96" "${env[@]}" ./skiff --gui --screenshot "$work/shots/host/panel_en_us.png" &&
+    xvfb-run -a -s "-screen 0 1280x1024x24 -dpi 96" "${env[@]}" XDG_CONFIG_HOME="$home/config-de" \
+      ./skiff --gui --screenshot "$work/shots/host/panel_de_de.png" &&
+    xvfb-run -a -s "-screen 0 1280x1024x24 -dpi 96" "${env[@]}" ./skiff --gui --card "$work/card" \
+      --dest "$work/download" --start --screenshot "$work/shots/host/download_progress.png") >/dev/null
+}
+
 if $check; then
-  if ! diff -r -q "$work/shots" docs/screenshots; then
+  if ! diff -r -q -x host "$work/shots" docs/screenshots; then
     echo "screenshots: docs/screenshots/ does not show the dialogs as they are now; run scripts/screenshots.sh" >&2
     exit 1
   fi
   echo "screenshots: docs/screenshots/ is current"
   exit 0
 fi
+host_shots
 rm -rf docs/screenshots
 mkdir -p docs
 cp -r "$work/shots" docs/screenshots

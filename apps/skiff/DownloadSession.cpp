@@ -66,11 +66,23 @@ struct SinkFaces {
     ISkiffSinkChain* chain;
 };
 
+bool widgetChecked(IClientUIHandler* panel, const char* name)
+{
+    IFxWidget* widget = nullptr;
+    if (panel->GetWidget(name, &widget) != kFxOk || !widget)
+        return false;
+    const bool checked = widget->IsChecked();
+    widget->Release();
+    return checked;
+}
+
 class Session {
 public:
-    Session(SinkFaces& faces, const CommandLine& options, HostConsole& console)
-        : m_faces(faces), m_options(options), m_console(console)
-        , m_messages(new DisplayMessages(console, options.answer == CommandLine::Answer::Yes))
+    Session(SinkFaces& faces, const CommandLine& options, HostConsole& console, const SessionFrontEnd& frontEnd)
+        : m_faces(faces), m_options(options), m_console(console), m_frontEnd(frontEnd)
+        , m_ownMessages(frontEnd.messages ? nullptr
+                                          : new DisplayMessages(console, options.answer == CommandLine::Answer::Yes))
+        , m_messages(frontEnd.messages ? frontEnd.messages : m_ownMessages)
     {
     }
     ~Session();
@@ -78,6 +90,8 @@ public:
 
 private:
     bool prepare();
+    bool attachPanel();
+    void applyCommandLine();
     void downloadItem(const CardItem& item, int index, int total);
     void processItem(DownloadedItem& item, const QString& label);
     void endOfDownload();
@@ -87,9 +101,11 @@ private:
     SinkFaces& m_faces;
     const CommandLine& m_options;
     HostConsole& m_console;
-    HeadlessPanel* m_panel = new HeadlessPanel;
+    const SessionFrontEnd& m_frontEnd;
+    HeadlessPanel* m_panel = nullptr; // only when the front end has no panel
     HostSink* m_hostSink = new HostSink;
-    DisplayMessages* m_messages;
+    DisplayMessages* m_ownMessages;
+    IDisplayMsgHandler* m_messages;
     QString m_cardRoot;
     QString m_destination;
     CardScan m_scan;
@@ -102,19 +118,51 @@ private:
 Session::~Session()
 {
     m_faces.chain->SetNextSink(nullptr);
-    m_faces.ui->SetClientUIHandler(nullptr);
-    m_messages->Release();
+    if (m_panel) {
+        m_faces.ui->SetClientUIHandler(nullptr);
+        m_panel->Release();
+    }
+    if (m_ownMessages)
+        m_ownMessages->Release();
     m_hostSink->Release();
-    m_panel->Release();
+}
+
+// The panel the sink reads during the session. Returns whether raw files
+// are to be converted: the command line says so in headless mode, the DNG
+// box as the user left it in the window.
+bool Session::attachPanel()
+{
+    if (m_frontEnd.panel)
+        return widgetChecked(m_frontEnd.panel, SKIFF_WIDGET_DNG_CHECKBOX);
+    m_panel = new HeadlessPanel;
+    m_faces.ui->SetClientUIHandler(m_panel);
+    return m_options.dng;
+}
+
+// In headless mode the command line, not the stored panel, decides what
+// happens after the copy; a window's panel is left as the user set it.
+void Session::applyCommandLine()
+{
+    if (!m_panel)
+        return;
+    m_panel->widget(SKIFF_WIDGET_LAUNCH_TESSEL_CHECKBOX)->SetChecked(m_options.openBrowser);
+    m_panel->widget(SKIFF_WIDGET_DELETE_FILES_CHECKBOX)->SetChecked(m_options.deleteOriginals);
+    HeadlessWidget* dng = m_panel->widget(SKIFF_WIDGET_DNG_CHECKBOX);
+    if (m_options.dng && !dng->IsEnabled())
+        m_console.line(QStringLiteral("warning: %1").arg(dng->text()));
+    dng->SetChecked(m_options.dng && dng->IsEnabled());
+    const HeadlessWidget* backup = m_panel->widget(SKIFF_WIDGET_SECONDARY_BACKUP_LABEL);
+    if (m_panel->widget(SKIFF_WIDGET_SAVE_COPIES_CHECKBOX)->IsChecked() && !backup->secondText().isEmpty())
+        m_console.line(QStringLiteral("backup copies: %1").arg(backup->secondText()));
 }
 
 bool Session::prepare()
 {
-    m_faces.ui->SetClientUIHandler(m_panel);
+    const bool dng = attachPanel();
     std::u16string raw = QString::fromLatin1(kHostRawExtensions).toStdU16String();
     std::u16string none;
     m_faces.caps->SetLumenPluginSupportedExtensions(reinterpret_cast<FxChar*>(raw.data()));
-    m_faces.caps->SetKilnSupportedExtensions(reinterpret_cast<FxChar*>(m_options.dng ? raw.data() : none.data()));
+    m_faces.caps->SetKilnSupportedExtensions(reinterpret_cast<FxChar*>(dng ? raw.data() : none.data()));
 
     CPropAppPreferences3 preferences;
     fxInitRecord(preferences);
@@ -132,18 +180,7 @@ bool Session::prepare()
         m_console.line(QStringLiteral("error: the download folder %1 cannot be created or written").arg(m_destination));
         return false;
     }
-
-    // In headless mode the command line, not the stored panel, decides what
-    // happens after the copy.
-    m_panel->widget(SKIFF_WIDGET_LAUNCH_TESSEL_CHECKBOX)->SetChecked(m_options.openBrowser);
-    m_panel->widget(SKIFF_WIDGET_DELETE_FILES_CHECKBOX)->SetChecked(m_options.deleteOriginals);
-    HeadlessWidget* dng = m_panel->widget(SKIFF_WIDGET_DNG_CHECKBOX);
-    if (m_options.dng && !dng->IsEnabled())
-        m_console.line(QStringLiteral("warning: %1").arg(dng->text()));
-    dng->SetChecked(m_options.dng && dng->IsEnabled());
-    const HeadlessWidget* backup = m_panel->widget(SKIFF_WIDGET_SECONDARY_BACKUP_LABEL);
-    if (m_panel->widget(SKIFF_WIDGET_SAVE_COPIES_CHECKBOX)->IsChecked() && !backup->secondText().isEmpty())
-        m_console.line(QStringLiteral("backup copies: %1").arg(backup->secondText()));
+    applyCommandLine();
 
     IFileFormat* formats = nullptr;
     if (m_faces.caps->GetSupportedFileFormatList(formats) != kFxOk || !formats) {
@@ -166,7 +203,8 @@ bool Session::prepare()
     m_console.line(QStringLiteral("destination: %1").arg(m_destination));
 
     m_faces.chain->SetNextSink(m_hostSink);
-    m_faces.progress->SetProgressHandler(new ProgressMessages(m_console));
+    m_faces.progress->SetProgressHandler(m_frontEnd.makeProgress ? m_frontEnd.makeProgress()
+                                                                 : new ProgressMessages(m_console));
     return true;
 }
 
@@ -178,8 +216,11 @@ int Session::run()
     const int total = int(m_scan.items.size());
     // Item records point into the list: it must not reallocate.
     m_items.reserve(m_scan.items.size());
-    for (int i = 0; i < total && !m_stopped; ++i)
+    for (int i = 0; i < total && !m_stopped; ++i) {
         downloadItem(m_scan.items[std::size_t(i)], i + 1, total);
+        if (m_frontEnd.itemDone)
+            m_frontEnd.itemDone(i + 1, total);
+    }
     if (m_stopped)
         m_console.line(QStringLiteral("end of download: skipped, the download did not complete; no original was deleted"));
     else if (m_items.empty())
@@ -286,13 +327,14 @@ void Session::summary(int total)
 
 } // namespace
 
-int runDownloadSession(ISource* source, const CommandLine& options, HostConsole& console)
+int runDownloadSession(ISource* source, const CommandLine& options, HostConsole& console,
+                       const SessionFrontEnd& frontEnd)
 {
     SinkFaces faces(source);
     if (!faces.complete()) {
         console.line(QStringLiteral("error: the plug-in lacks a face that a download needs"));
         return 1;
     }
-    Session session(faces, options, console);
+    Session session(faces, options, console, frontEnd);
     return session.run();
 }

@@ -15,6 +15,10 @@ unsigned show(const char* kind, const FxChar* text)
 
 void HostConsole::line(const QString& text)
 {
+    if (m_sink) {
+        m_sink(text);
+        return;
+    }
     std::fputs(text.toUtf8().constData(), m_out);
     std::fputc('\n', m_out);
     std::fflush(m_out);

@@ -6,18 +6,21 @@
 #include <QString>
 
 #include <cstdio>
+#include <functional>
 
 #include <skiff/Skiff.h>
 
-// The console lines of a session, flushed one by one so that a script (or a
-// test) reading them sees each as it happens.
+// The lines of a session: on a console, flushed one by one so that a script
+// (or a test) reading them sees each as it happens, or handed to a window's log.
 class HostConsole {
 public:
     explicit HostConsole(std::FILE* out) : m_out(out) {}
+    explicit HostConsole(std::function<void(const QString&)> sink) : m_sink(std::move(sink)) {}
     void line(const QString& text);
 
 private:
-    std::FILE* m_out;
+    std::FILE* m_out = nullptr;
+    std::function<void(const QString&)> m_sink;
 };
 
 // The host's per-item callbacks. They write to the console installed by the

@@ -1,10 +1,13 @@
 // skiff: the reference host. With stage/bin as its current directory it
-// loads the plug-in the way the photo downloader does. By default it reports
-// what the plug-in answered; with --headless it downloads a card folder.
+// loads the plug-in the way the photo downloader does. On a display it opens
+// its window; without one it reports what the plug-in answered; with
+// --headless it downloads a card folder.
 // Exits 1 when the plug-in cannot be loaded, an answer is wrong or a download
 // fails, 2 on a command-line error.
 #include <cstdio>
+#include <memory>
 
+#include <QApplication>
 #include <QCoreApplication>
 #include <QString>
 
@@ -16,6 +19,7 @@
 #include "HostReport.h"
 #include "HostSettings.h"
 #include "PluginLibrary.h"
+#include "WindowSession.h"
 
 namespace {
 
@@ -64,8 +68,17 @@ int headless(FxPluginMainFunc entry, const CommandLine& options)
 
 int main(int argc, char** argv)
 {
-    QCoreApplication app(argc, argv);
-    const ParsedCommandLine parsed = parseCommandLine(app.arguments().mid(1));
+    // The mode decides the kind of application: only the window needs a
+    // display, and the report and headless modes must run without one.
+    QStringList arguments;
+    for (int i = 1; i < argc; ++i)
+        arguments << QString::fromLocal8Bit(argv[i]);
+    const ParsedCommandLine parsed = parseCommandLine(arguments);
+    std::unique_ptr<QCoreApplication> app;
+    if (parsed.ok && parsed.options.mode == CommandLine::Mode::Gui)
+        app = std::make_unique<QApplication>(argc, argv);
+    else
+        app = std::make_unique<QCoreApplication>(argc, argv);
     if (!parsed.ok) {
         std::fprintf(stderr, "skiff: %s\n%s", qUtf8Printable(parsed.error), qUtf8Printable(usageText()));
         return 2;
@@ -81,5 +94,12 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "skiff: %s\n", plugin.error().c_str());
         return 1;
     }
-    return options.mode == CommandLine::Mode::Headless ? headless(plugin.entry(), options) : report(plugin.entry(), options);
+    switch (options.mode) {
+    case CommandLine::Mode::Headless:
+        return headless(plugin.entry(), options);
+    case CommandLine::Mode::Gui:
+        return runWindowSession(plugin.entry(), options);
+    default:
+        return report(plugin.entry(), options);
+    }
 }
