@@ -38,7 +38,8 @@ for tool in tt zstrc rawdng; do
     [ ! -e "/usr/bin/$tool" ] && [ ! -L "/usr/bin/$tool" ] || fail "/usr/bin/$tool installed without its program"
   fi
 done
-/usr/bin/zstrc --help >/dev/null 2>&1 || fail "zstrc does not run from the path"
+usage=$(/usr/bin/zstrc 2>&1 || true)
+grep -q "^usage: zstrc" <<<"$usage" || fail "zstrc does not run from the path"
 /usr/bin/rawdng --help >/dev/null 2>&1 || fail "rawdng does not run from the path"
 for program in skiff tessel; do
   entry=/usr/share/applications/com.corvane.$program.desktop
