@@ -141,6 +141,7 @@ TEST(CardLayoutTest, LimitsAreInclusive)
         {1, 0, 16, 16, true},       {0, 1, 16, 16, true},     {0, 0, 16, 16, false},
         {-1, 2, 16, 16, false},     {9998, 1, 16, 16, true},  {9999, 1, 16, 16, false},
         {1, 1, 14, 16, false},      {1, 1, 16, 14, false},    {1, 1, 17, 16, false},
+        {1, 1, 16, 17, false},
         {1, 1, 8192, 8192, true},   {1, 1, 8194, 16, false},
     };
     for (const Case& c : cases) {

@@ -17,6 +17,8 @@ for run in 1 2; do
   HOME=$scratch/user TMPDIR=$scratch/tmp "$demo" >"$out" 2>&1 || { cat "$out"; fail "run $run exited non-zero"; }
   card=$(field card) dest=$(field destination) backup=$(field backups)
   [ -d "$card" ] && [ -d "$dest" ] && [ -d "$backup" ] || { cat "$out"; fail "run $run: folders not printed"; }
+  # The host names the backup folder only when the saved preference ticks the box.
+  grep -qxF "backup copies: $backup" "$out" || { cat "$out"; fail "run $run: backup copies not switched on"; }
   case "$card" in "$scratch/tmp/"*) ;; *) fail "card outside TMPDIR: $card" ;; esac
   left=$(cd "$card" && find . -type f | sed 's|^\./||' | sort)
   kept=$(sed -n '/^  was:/,/^  left:/p' "$out" | sed -n 's/^    \(DCIM\/.*\.NEF\)$/\1/p')
