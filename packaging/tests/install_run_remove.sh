@@ -33,7 +33,7 @@ installed=1
 stage="$build/stage/bin"
 for tool in tt zstrc rawdng; do
   if [ -e "$stage/$tool" ]; then
-    [ "$(readlink "/usr/bin/$tool")" = "$prefix/bin/$tool" ] || fail "/usr/bin/$tool is not a link to $prefix/bin/$tool"
+    [ "$(readlink "/usr/bin/$tool")" = "$prefix/bin/$tool" ] && [ -x "/usr/bin/$tool" ] || fail "/usr/bin/$tool is not a link to $prefix/bin/$tool"
   else
     [ ! -e "/usr/bin/$tool" ] && [ ! -L "/usr/bin/$tool" ] || fail "/usr/bin/$tool installed without its program"
   fi
