@@ -12,6 +12,7 @@ packages=(
   qtbase5-dev qttools5-dev qtdeclarative5-dev qml-module-qtquick2
   libssl-dev libraw-dev libtiff-dev libjpeg-dev zlib1g-dev
   libimage-exiftool-perl libraw-bin
+  dpkg-dev file  # cpack -G DEB: dpkg-shlibdeps computes the dependencies
   xvfb xauth gettext
   llvm-14
   fonts-dejavu-core fonts-ipafont-gothic  # the screenshots: Latin and Japanese text

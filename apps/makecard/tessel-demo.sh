@@ -1,0 +1,74 @@
+#!/usr/bin/env bash
+# A whole download session on a freshly synthesised card, headless: backup
+# copies, raw files converted to DNG, verified originals deleted. Runs from
+# the installation (or stage tree) it sits in, in a new folder of its own with
+# its own HOME and XDG folders, so the user's preferences are never read or
+# written. Safe to run again: every run starts a new folder. The host deletes
+# an original only when its copy still matches it, so a raw file whose copy
+# became a DNG stays on the card.
+# Usage: tessel-demo   (prints where everything went)
+set -euo pipefail
+
+root=$(cd "$(dirname "$(readlink -f "$0")")/.." && pwd)
+case "${1:-}" in
+  -h|--help) sed -n '2,9p' "$0" | sed 's/^# \{0,1\}//'; exit 0 ;;
+  "") ;;
+  *) echo "tessel-demo: unknown argument $1" >&2; exit 2 ;;
+esac
+
+work=$(mktemp -d "${TMPDIR:-/tmp}/tessel-demo.XXXXXX")
+home=$work/home card=$work/card dest=$work/pictures backup=$work/backup
+mkdir -p "$home/.config" "$home/.local/share" "$home/.cache" "$home/runtime" "$dest" "$backup"
+chmod 700 "$home/runtime"
+
+# The plug-in's preferences as a user's saved ones: its defaults with the
+# backup folder switched on.
+xml_escape() { local s=${1//&/&amp;}; s=${s//</&lt;}; printf '%s' "${s//>/&gt;}"; }
+sed_escape() { printf '%s' "$1" | sed 's/[\\&|]/\\&/g'; }
+prefs_dir="$home/.local/share/Corvane/Tessel 2024"
+mkdir -p "$prefs_dir"
+set_pref() { # key value
+  local value; value=$(sed_escape "$(xml_escape "$2")")
+  grep -q "<value key=\"$1\" type=\"text\">" "$prefs_dir/Preferences.xml" ||
+    { echo "tessel-demo: no preference $1 in the defaults" >&2; exit 1; }
+  sed -i "s|\(<value key=\"$1\" type=\"text\">\)[^<]*<|\1$value<|" "$prefs_dir/Preferences.xml"
+}
+cp "$root/Resources/Preferences.xml" "$prefs_dir/Preferences.xml"
+set_pref SaveToSecondaryLocation 1
+set_pref SecondaryLocation "$backup"
+set_pref Location "$dest"
+set_pref ConvertToDNG 1
+set_pref DeleteOriginals 1
+
+export HOME="$home" XDG_CONFIG_HOME="$home/.config" XDG_DATA_HOME="$home/.local/share" \
+       XDG_CACHE_HOME="$home/.cache" XDG_RUNTIME_DIR="$home/runtime"
+"$root/bin/makecard" "$card" >/dev/null
+card_files=$(cd "$card" && find . -type f | sed 's|^\./||' | sort)
+
+status=0
+(cd "$root/bin" && ./skiff --headless --card "$card" --dest "$dest" --answer yes --dng --delete) || status=$?
+
+list() { # folder: its files, relative, one per line, indented
+  if [ -n "$(find "$1" -type f -print -quit)" ]; then
+    (cd "$1" && find . -type f | sed 's|^\./|    |' | sort)
+  else
+    echo "    (no files)"
+  fi
+}
+echo
+echo "== Where everything went (session exit status $status)"
+echo "card:        $card"
+echo "  was:"; printf '%s\n' "$card_files" | sed 's/^/    /'
+echo "  left:"; list "$card"
+echo "destination: $dest"; list "$dest"
+echo "backups:     $backup"; list "$backup"
+echo "became DNG:"
+converted=0
+while IFS= read -r file; do
+  base=${file##*/}; base=${base%.*}
+  case "$file" in *.JPG|*.jpg|*.xmp) continue ;; esac
+  if [ -f "$dest/$base.dng" ]; then echo "    ${file##*/} -> $dest/$base.dng"; converted=$((converted + 1)); fi
+done <<<"$card_files"
+[ "$converted" -gt 0 ] || echo "    (none)"
+echo "preferences: $prefs_dir/Preferences.xml"
+exit "$status"
