@@ -6,13 +6,14 @@
 # written. Safe to run again: every run starts a new folder. The host deletes
 # an original only when its copy still matches it, so a raw file whose copy
 # became a DNG stays on the card.
-# Usage: tessel-demo   (prints where everything went)
+# Usage: tessel-demo [--gui]   (prints where everything went; --gui runs the
+# same session in the host's window on the same synthesised card)
 set -euo pipefail
 
 root=$(cd "$(dirname "$(readlink -f "$0")")/.." && pwd)
 case "${1:-}" in
-  -h|--help) sed -n '2,9p' "$0" | sed 's/^# \{0,1\}//'; exit 0 ;;
-  "") ;;
+  -h|--help) sed -n '2,10p' "$0" | sed 's/^# \{0,1\}//'; exit 0 ;;
+  ""|--gui) ;;
   *) echo "tessel-demo: unknown argument $1" >&2; exit 2 ;;
 esac
 
@@ -46,7 +47,11 @@ export HOME="$home" XDG_CONFIG_HOME="$home/.config" XDG_DATA_HOME="$home/.local/
 card_files=$(cd "$card" && find . -type f | sed 's|^\./||' | sort)
 
 status=0
-(cd "$root/bin" && ./skiff --headless --card "$card" --dest "$dest" --answer yes --dng --delete) || status=$?
+if [ "${1:-}" = --gui ]; then
+  (cd "$root/bin" && ./skiff --gui --card "$card" --dest "$dest") || status=$?
+else
+  (cd "$root/bin" && ./skiff --headless --card "$card" --dest "$dest" --answer yes --dng --delete) || status=$?
+fi
 
 list() { # folder: its files, relative, one per line, indented
   if [ -n "$(find "$1" -type f -print -quit)" ]; then
