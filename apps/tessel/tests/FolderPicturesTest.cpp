@@ -38,6 +38,9 @@ protected:
         const std::string raw = (root.path() + QStringLiteral("/source.raw.dng")).toStdString();
         ASSERT_TRUE(writeSyntheticDng(makeSyntheticRaw(256, 192, 12, 7), raw));
         ASSERT_TRUE(lumen::convertToDng(raw, path("e_converted.dng").toStdString(), lumen::DngOptions{}));
+        lumen::DngOptions withoutPreview;
+        withoutPreview.preview = lumen::PreviewSize::None;
+        ASSERT_TRUE(lumen::convertToDng(raw, path("f_no_preview.dng").toStdString(), withoutPreview));
         ASSERT_TRUE(QFile::remove(QString::fromStdString(raw)));
     }
     QString path(const char* name) const { return root.path() + QLatin1Char('/') + QLatin1String(name); }
@@ -55,7 +58,7 @@ TEST_F(FolderPicturesTest, ListsThePicturesByNameAndNothingElse)
 {
     EXPECT_EQ(listPictures(root.path()),
               QStringList({path("a_tall.PNG"), path("b_wide.jpg"), path("c_truncated.jpeg"), path("d_garbage.dng"),
-                           path("e_converted.dng")}));
+                           path("e_converted.dng"), path("f_no_preview.dng")}));
     EXPECT_TRUE(listPictures(path("missing")).isEmpty());
 }
 
@@ -80,9 +83,12 @@ TEST_F(FolderPicturesTest, ThumbnailsFitTheSizeAndUnreadableFilesGiveNone)
             EXPECT_EQ(image.size(), row.size);
         }
     }
-    const QImage dng = loadThumbnail(path("e_converted.dng"), 64);
-    ASSERT_FALSE(dng.isNull());
-    EXPECT_EQ(std::max(dng.width(), dng.height()), 64);
+    for (const char* name : {"e_converted.dng", "f_no_preview.dng"}) {
+        SCOPED_TRACE(name);
+        const QImage dng = loadThumbnail(path(name), 64);
+        ASSERT_FALSE(dng.isNull());
+        EXPECT_EQ(std::max(dng.width(), dng.height()), 64);
+    }
 }
 
 TEST_F(FolderPicturesTest, WindowFollowsTheScriptsAndMarksUnreadableFiles)
@@ -94,7 +100,7 @@ TEST_F(FolderPicturesTest, WindowFollowsTheScriptsAndMarksUnreadableFiles)
 
     EXPECT_EQ(window.windowTitle(), root.path());
     const QListWidget& grid = window.grid();
-    ASSERT_EQ(grid.count(), 5);
+    ASSERT_EQ(grid.count(), 6);
     QStringList placeholders;
     for (int i = 0; i < grid.count(); ++i) {
         EXPECT_EQ(grid.item(i)->data(Qt::UserRole).toString(), listPictures(root.path()).at(i));
