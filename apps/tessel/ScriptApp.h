@@ -82,7 +82,6 @@ public:
     QString thumbnailPath() const { return m_thumbnailPath; }
     int beepCount() const { return m_beeps; }
     int raiseCount() const { return m_raises; }
-    QString hostProgram() const { return m_hostProgram; }
 
 signals:
     void called(const QString& line);

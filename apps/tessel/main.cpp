@@ -27,29 +27,29 @@ QTextStream& out()
 
 // The scripts of the command line in order; false, with a message, on a
 // bad argument or an unreadable file.
-bool collectScripts(const QStringList& args, bool& headless, QStringList& scripts)
+bool collectScripts(const QStringList& args, QStringList& scripts)
 {
     QTextStream err(stderr);
     for (int i = 1; i < args.size(); ++i) {
         const QString& arg = args[i];
-        if (arg == QLatin1String("--headless")) {
-            headless = true;
-        } else if ((arg == QLatin1String("--script") || arg == QLatin1String("--run-script")) && i + 1 < args.size()) {
-            const QString value = args[++i];
-            if (arg == QLatin1String("--script")) {
-                scripts << value;
-                continue;
-            }
-            QFile file(value);
-            if (!file.open(QIODevice::ReadOnly)) {
-                err << "tessel: cannot read " << value << ": " << file.errorString() << '\n';
-                return false;
-            }
-            scripts << QString::fromUtf8(file.readAll());
-        } else {
+        if (arg == QLatin1String("--headless"))
+            continue;
+        const bool inlineText = arg == QLatin1String("--script");
+        if ((!inlineText && arg != QLatin1String("--run-script")) || i + 1 == args.size()) {
             err << "tessel: unknown or incomplete option " << arg << '\n' << kUsage;
             return false;
         }
+        const QString value = args[++i];
+        if (inlineText) {
+            scripts << value;
+            continue;
+        }
+        QFile file(value);
+        if (!file.open(QIODevice::ReadOnly)) {
+            err << "tessel: cannot read " << value << ": " << file.errorString() << '\n';
+            return false;
+        }
+        scripts << QString::fromUtf8(file.readAll());
     }
     return true;
 }
@@ -69,12 +69,17 @@ bool runAll(ScriptHost& host, const QStringList& scripts)
 int main(int argc, char** argv)
 {
     bool headless = false;
-    for (int i = 1; i < argc; ++i)
+    for (int i = 1; i < argc; ++i) {
+        if (QByteArray(argv[i]) == "--help") {
+            QTextStream(stdout) << kUsage;
+            return 0;
+        }
         headless = headless || QByteArray(argv[i]) == "--headless";
+    }
     std::unique_ptr<QCoreApplication> application(headless ? new QCoreApplication(argc, argv)
                                                            : new QApplication(argc, argv));
     QStringList scripts;
-    if (!collectScripts(QCoreApplication::arguments(), headless, scripts))
+    if (!collectScripts(QCoreApplication::arguments(), scripts))
         return 2;
 
     if (registerIfMissing(QCoreApplication::applicationFilePath()) == Registration::Failed)
