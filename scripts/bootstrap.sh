@@ -14,6 +14,7 @@ packages=(
   libimage-exiftool-perl libraw-bin
   xvfb xauth gettext
   llvm-14
+  dbus libsystemd-dev  # the messaging benchmark's peer: a private bus and an sd-bus echo service
   fonts-dejavu-core fonts-ipafont-gothic  # the screenshots: Latin and Japanese text
 )
 missing=()
