@@ -15,6 +15,7 @@ packages=(
   dpkg-dev file  # cpack -G DEB: dpkg-shlibdeps computes the dependencies
   xvfb xauth gettext
   llvm-14
+  dbus libsystemd-dev  # the messaging benchmark's peer: a private bus and an sd-bus echo service
   fonts-dejavu-core fonts-ipafont-gothic  # the screenshots: Latin and Japanese text
 )
 missing=()

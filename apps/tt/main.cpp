@@ -27,6 +27,9 @@ namespace {
 // Exit statuses.
 enum Status { kOk = 0, kFailed = 1, kNotRunning = 2, kTimedOut = 3, kUsage = 64 };
 
+// How often a waiting send takes in its answer.
+constexpr unsigned int kAnswerPollMs = 1;
+
 struct Verb {
     const char* name;
     const char* usage;
@@ -121,6 +124,41 @@ int ping(const std::vector<std::string>& args)
     return kOk;
 }
 
+// Pumps until the message has left the outgoing queue and, with wait, its
+// answer came; the tool's exit status. The answer is printed, an error
+// answer reported.
+int awaitDelivery(Messaging& tt, const Message& message, std::vector<Message>& answers, long wait)
+{
+    const unsigned long until = TesselTalkUtils::getTimeSeconds() + static_cast<unsigned long>(wait ? wait : 10);
+    for (;;) {
+        Messaging::pump(Messaging::kBoth);
+        for (const Message& answer : answers) {
+            if (answer.getSerialNumber() != message.getSerialNumber())
+                continue;
+            if (std::strncmp(answer.getType().c_str(), "Error", 5) == 0 || !answer.getUserHeaderValue("Error-Code").isEmpty())
+                return fail(kFailed, std::string("error ") + answer.getUserHeaderValue("Error-Code").c_str() + ": "
+                    + answer.getBody().c_str());
+            if (answer.getType() != "Received" && answer.getType() != "Processed") {
+                std::printf("%s\n", answer.getBody().c_str());
+                return kOk;
+            }
+        }
+        answers.clear();
+        const bool pending = tt.outgoingMessagePending();
+        if (!pending && !wait)
+            return kOk;
+        if (TesselTalkUtils::getTimeSeconds() >= until) {
+            if (pending)
+                return fail(kTimedOut, "message to " + std::string(message.getTarget().c_str()) + " is still queued");
+            return fail(kTimedOut, "no answer from " + std::string(message.getTarget().c_str()) + " within "
+                + std::to_string(wait) + " s");
+        }
+        // The answer is taken in by our own pump: a short step keeps the
+        // answering side's send (which waits for us to take it) short too.
+        TesselTalkUtils::sleep(kAnswerPollMs);
+    }
+}
+
 int send(const std::vector<std::string>& args)
 {
     std::string type = "Calligo";
@@ -149,43 +187,23 @@ int send(const std::vector<std::string>& args)
         return fail(kFailed, "cannot set up messaging");
     std::vector<Message> answers;
     auto* tt = new Messaging(ownSpecifier().c_str(), new Printer(&answers), true);
+    Message message;
+    message.setTarget(words[0].c_str());
+    message.setType(type.c_str());
+    message.setBody(words[1].c_str());
+    if (wait)
+        message.setResponseRequest("Result Error");
     int status = kOk;
-    if (!launch && !Messaging::targetIsRunning(words[0].c_str())) {
-        status = fail(kNotRunning, words[0] + " is not running (--launch starts it)");
-    } else {
-        Message message;
-        message.setTarget(words[0].c_str());
-        message.setType(type.c_str());
-        message.setBody(words[1].c_str());
-        if (wait)
-            message.setResponseRequest("Result Error");
-        if (!tt->send(message, launch, 0, nullptr)) {
+    // Sending first and asking whether the target runs only after a refusal:
+    // the probe waits for the target's messaging thread, up to one pump
+    // interval, which a delivered message does not need.
+    if (!tt->send(message, launch, 0, nullptr)) {
+        if (!launch && !Messaging::targetIsRunning(words[0].c_str()))
+            status = fail(kNotRunning, words[0] + " is not running (--launch starts it)");
+        else
             status = fail(kFailed, "could not send to " + words[0]);
-        } else {
-            const unsigned long until = TesselTalkUtils::getTimeSeconds() + static_cast<unsigned long>(wait ? wait : 10);
-            bool answered = false;
-            while (TesselTalkUtils::getTimeSeconds() < until && (tt->outgoingMessagePending() || (wait && !answered))) {
-                Messaging::pump(Messaging::kBoth);
-                for (const Message& answer : answers) {
-                    if (answer.getSerialNumber() != message.getSerialNumber())
-                        continue;
-                    if (std::strncmp(answer.getType().c_str(), "Error", 5) == 0 || !answer.getUserHeaderValue("Error-Code").isEmpty()) {
-                        status = fail(kFailed, std::string("error ") + answer.getUserHeaderValue("Error-Code").c_str() + ": "
-                            + answer.getBody().c_str());
-                        answered = true;
-                    } else if (answer.getType() != "Received" && answer.getType() != "Processed") {
-                        std::printf("%s\n", answer.getBody().c_str());
-                        answered = true;
-                    }
-                }
-                answers.clear();
-                TesselTalkUtils::sleep(50);
-            }
-            if (tt->outgoingMessagePending())
-                status = fail(kTimedOut, "message to " + words[0] + " is still queued");
-            else if (wait && !answered)
-                status = fail(kTimedOut, "no answer from " + words[0] + " within " + std::to_string(wait) + " s");
-        }
+    } else {
+        status = awaitDelivery(*tt, message, answers, wait);
     }
     delete tt;
     Messaging::InitTerm::exit();

@@ -61,6 +61,33 @@ protected:
         return text.str();
     }
 
+    // Starts the answering peer as spec and waits until it serves.
+    void startPeer(const std::string& spec)
+    {
+        const std::string out = m_root + "/" + spec + ".out";
+        m_listener = fork();
+        if (m_listener == 0) {
+            execl(TT_PEER_PATH, TT_PEER_PATH, "serve", spec.c_str(), out.c_str(), static_cast<char*>(nullptr));
+            _exit(127);
+        }
+        ASSERT_TRUE(waitForLine(out, "ready ")) << spec << " did not come up";
+    }
+    bool waitForLine(const std::string& path, const std::string& prefix, std::string* line = nullptr) const
+    {
+        for (int i = 0; i < 200; ++i) {
+            std::ifstream in(path);
+            for (std::string text; std::getline(in, text);) {
+                if (text.rfind(prefix, 0) == 0) {
+                    if (line)
+                        *line = text;
+                    return true;
+                }
+            }
+            usleep(50000);
+        }
+        return false;
+    }
+
     std::string m_root;
     pid_t m_listener = 0;
 };
@@ -131,4 +158,66 @@ TEST_F(TtTool, SendPingAndDiagReachAListener)
     std::stringstream text;
     text << in.rdbuf();
     EXPECT_NE(text.str().find(": hello"), std::string::npos) << text.str();
+}
+
+// What tt send makes of each kind of answer, and of arguments it must refuse
+// before touching the messaging system.
+TEST_F(TtTool, SendReportsEachKindOfAnswer)
+{
+    startPeer("echoer-1.0");
+    struct Row {
+        const char* args;
+        int status;
+        const char* out;
+        const char* error;
+    };
+    const Row rows[] = {
+        {"send echoer-1.0 hello --wait 5", 0, "echo:hello\n", ""},
+        {"send echoer-1.0 --wait 5 'two words'", 0, "echo:two words\n", ""},
+        {"send echoer-1.0 hello", 0, "", ""},
+        {"send echoer-1.0 fail --wait 5", 1, "", "error 7: failed"},
+        {"send nobody-1.0 hello --wait 5", 2, "", "nobody-1.0 is not running"},
+        {"send echoer-1.0", 64, "", "send needs SPEC and TEXT"},
+        {"send echoer-1.0 a b", 64, "", "send needs SPEC and TEXT"},
+        {"send echoer-1.0 hello --wait 0", 64, "", "--wait needs a positive number of seconds, not '0'"},
+        {"send echoer-1.0 hello --wait 2s", 64, "", "not '2s'"},
+        {"send echoer-1.0 hello --later", 64, "", "send does not know --later"},
+        // Last: the peer answers, then stops pumping for longer than the next wait.
+        {"send echoer-1.0 'block 2500' --wait 5", 0, "echo:block 2500\n", ""},
+        {"send echoer-1.0 late --wait 1", 3, "", "no answer from echoer-1.0 within 1 s"},
+    };
+    for (const Row& row : rows) {
+        std::string out;
+        EXPECT_EQ(run(row.args, &out), row.status) << row.args << ": " << error();
+        EXPECT_EQ(out, row.out) << row.args;
+        EXPECT_NE(error().find(row.error), std::string::npos) << row.args << ": " << error();
+    }
+}
+
+TEST_F(TtTool, SendLaunchesARegisteredApplicationAndGetsItsAnswer)
+{
+    const std::string out = m_root + "/launched.out";
+    setenv("TT_PEER_SPEC", "launched-1.0", 1);
+    setenv("TT_PEER_OUT", out.c_str(), 1);
+    const std::string file = m_root + "/launched.xml";
+    {
+        ScObjects::TTConnectorAppInfo info(ScObjects::SoString("launched-1.0"));
+        info.path = TT_PEER_PATH;
+        const ScObjects::SoString text = ScObjects::ConnectorConfig::writeAppConfig(info, {}, true);
+        std::ofstream config(file);
+        config << text.c_str();
+    }
+    ASSERT_EQ(run("register " + file), 0) << error();
+    EXPECT_EQ(run("send launched-1.0 hello --wait 5"), 2) << "not launched without --launch";
+    // Into a file: the launched peer inherits tt's output and would hold a
+    // pipe open after tt ends.
+    const std::string answer = m_root + "/answer";
+    EXPECT_EQ(run("send launched-1.0 hello --wait 20 --launch >" + answer), 0) << error();
+    std::string line;
+    EXPECT_TRUE(waitForLine(answer, "echo:hello", &line)) << line;
+    std::string started;
+    ASSERT_TRUE(waitForLine(out, "started ", &started));
+    kill(std::atoi(started.c_str() + 8), SIGKILL);
+    unsetenv("TT_PEER_SPEC");
+    unsetenv("TT_PEER_OUT");
 }

@@ -1,5 +1,6 @@
 #include "TesselTalkThread.h"
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -340,10 +341,16 @@ void TesselTalkThread::run()
             runLocked();
         }
         if (!m_stop.load())
-            sleep(kPumpMs);
+            pauseBetweenPasses();
         if (m_stop.load())
             return;
     }
+}
+
+void TesselTalkThread::pauseBetweenPasses()
+{
+    std::unique_lock<std::mutex> lock(m_pauseMutex);
+    m_pauseWake.wait_for(lock, std::chrono::milliseconds(kPumpMs), [this] { return m_stop.load(); });
 }
 
 bool TesselTalkThread::stop()
@@ -352,6 +359,12 @@ bool TesselTalkThread::stop()
         ObjectLock guard(this);
         m_stop.store(true);
     }
+    {
+        // Taken so that a pause that has just tested the flag is already
+        // waiting when it is woken.
+        std::lock_guard<std::mutex> lock(m_pauseMutex);
+    }
+    m_pauseWake.notify_all();
     return Thread::stop();
 }
 

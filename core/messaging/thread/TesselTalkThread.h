@@ -2,7 +2,9 @@
 // is busy. It owns the endpoint app "#thread", answers the system's "ping"
 // messages from its key table and system handlers, and every 100 ms takes
 // in and sends out the queued messages of every messaging object of the
-// context (handling them stays with the application's pump).
+// context (handling them stays with the application's pump). stop() ends
+// the pause between two passes at once, so that a process leaving
+// messaging does not wait out the rest of a pump interval.
 //
 // One lock (the thread object's) guards the key table and the fields;
 // every pump pass runs under it, so callers wait at most one pass. Handlers
@@ -10,6 +12,8 @@
 #pragma once
 
 #include <atomic>
+#include <condition_variable>
+#include <mutex>
 #include <vector>
 
 #include "MessagingThread.h"
@@ -82,6 +86,8 @@ public:
 
 private:
     bool busyLocked(double now) const;
+    // Waits kPumpMs, or less when stop() is called meanwhile.
+    void pauseBetweenPasses();
     void handleIncoming();
 
     std::atomic<bool> m_stop{false};
@@ -95,6 +101,8 @@ private:
     std::vector<PingData*> m_keys;
     double m_averagePumpMs = 0;
     double m_lastPumpMs = 0;
+    std::mutex m_pauseMutex;
+    std::condition_variable m_pauseWake;
 };
 
 } // namespace ScObjects
