@@ -27,18 +27,18 @@ void recordSleep(unsigned int seconds)
     usleep(100000);
 }
 
-class TesselHandOffTest : public TesselPeerWorld {
+class TesselHandOffTest : public testing::Test, public TesselPeer {
 protected:
     void SetUp() override
     {
-        TesselPeerWorld::SetUp();
+        setUp();
         gSlept.clear();
         PtTesselTalk::setSleepFunction(&recordSleep);
     }
     void TearDown() override
     {
         PtTesselTalk::setSleepFunction(nullptr);
-        TesselPeerWorld::TearDown();
+        tearDown();
     }
 };
 

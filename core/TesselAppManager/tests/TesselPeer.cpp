@@ -12,7 +12,7 @@
 #include "Specifier.h"
 #include "TesselTalkConnector.h"
 
-void TesselPeerWorld::SetUp()
+void TesselPeer::setUp()
 {
     char pattern[] = "/tmp/tesselpeer.XXXXXX";
     ASSERT_NE(mkdtemp(pattern), nullptr);
@@ -30,7 +30,7 @@ void TesselPeerWorld::SetUp()
     setenv("TT_PEER_OUT", m_launchedOut.c_str(), 1);
 }
 
-void TesselPeerWorld::TearDown()
+void TesselPeer::tearDown()
 {
     for (pid_t child : m_children) {
         kill(child, SIGKILL);
@@ -42,15 +42,21 @@ void TesselPeerWorld::TearDown()
     std::filesystem::remove_all(m_root);
 }
 
-void TesselPeerWorld::registerTessel()
+void TesselPeer::registerTessel()
 {
-    ScObjects::TesselTalkConnector* connector = ScObjects::TesselTalkConnector::get();
-    ASSERT_NE(connector, nullptr);
-    ASSERT_TRUE(connector->registerApplication(ScObjects::TesselTalk::Specifier("tessel-1.0", false), TT_PEER_PATH,
-        "Tessel", true));
+    using ScObjects::TesselTalkConnector;
+    // A process without messaging of its own borrows a connector for it.
+    const bool borrowed = !TesselTalkConnector::get();
+    if (borrowed) {
+        ASSERT_TRUE(TesselTalkConnector::InitTerm::init(ScObjects::SoString("default")));
+    }
+    EXPECT_TRUE(TesselTalkConnector::get()->registerApplication(
+        ScObjects::TesselTalk::Specifier("tessel-1.0", false), TT_PEER_PATH, "Tessel", true));
+    if (borrowed)
+        TesselTalkConnector::InitTerm::exit();
 }
 
-pid_t TesselPeerWorld::spawn(const std::vector<std::string>& args, bool silent)
+pid_t TesselPeer::spawn(const std::vector<std::string>& args, bool silent)
 {
     const pid_t child = fork();
     if (child == 0) {
@@ -67,7 +73,7 @@ pid_t TesselPeerWorld::spawn(const std::vector<std::string>& args, bool silent)
     return child;
 }
 
-void TesselPeerWorld::startTessel(bool silent)
+void TesselPeer::startTessel(bool silent)
 {
     spawn({TT_PEER_PATH, "serve", "tessel-1.0", m_root + "/serve.out"}, silent);
     for (int i = 0; i < 200 && lines("ready ").empty(); ++i)
@@ -75,7 +81,7 @@ void TesselPeerWorld::startTessel(bool silent)
     ASSERT_FALSE(lines("ready ").empty()) << "the Tessel peer did not come up";
 }
 
-void TesselPeerWorld::tellTessel(const std::string& body)
+void TesselPeer::tellTessel(const std::string& body)
 {
     const pid_t child = spawn({TT_PEER_PATH, "send", "tessel-helper-1.0", "tessel", body}, false);
     int status = 0;
@@ -84,7 +90,7 @@ void TesselPeerWorld::tellTessel(const std::string& body)
     ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "could not hand over " << body;
 }
 
-std::vector<std::string> TesselPeerWorld::lines(const char* prefix) const
+std::vector<std::string> TesselPeer::lines(const char* prefix) const
 {
     std::vector<std::string> found;
     for (const char* name : {"/serve.out", "/launched.out"}) {
@@ -97,7 +103,7 @@ std::vector<std::string> TesselPeerWorld::lines(const char* prefix) const
     return found;
 }
 
-std::vector<std::string> TesselPeerWorld::handled() const
+std::vector<std::string> TesselPeer::handled() const
 {
     std::vector<std::string> bodies;
     for (std::string line : lines("handled ")) {
@@ -110,14 +116,14 @@ std::vector<std::string> TesselPeerWorld::handled() const
     return bodies;
 }
 
-bool TesselPeerWorld::waitHandled(std::size_t count, double seconds) const
+bool TesselPeer::waitHandled(std::size_t count, double seconds) const
 {
     for (int i = 0; i < int(seconds * 20) && handled().size() < count; ++i)
         usleep(50000);
     return handled().size() >= count;
 }
 
-int TesselPeerWorld::startedCount() const
+int TesselPeer::startedCount() const
 {
     return int(lines("started ").size());
 }

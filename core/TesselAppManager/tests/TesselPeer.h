@@ -14,12 +14,12 @@
 #include <string>
 #include <vector>
 
-class TesselPeerWorld : public testing::Test {
-protected:
-    void SetUp() override;
-    void TearDown() override;
+class TesselPeer {
+public:
+    void setUp();
+    void tearDown();
 
-    // Registers "tessel-1.0"; needs the messaging system to be set up.
+    // Registers "tessel-1.0" in the temporary per-user registry.
     void registerTessel();
     // Starts the peer serving "tessel-1.0" and waits until it is ready;
     // silent peers answer no script with a result.
