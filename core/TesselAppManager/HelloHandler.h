@@ -2,8 +2,9 @@
 
 #include "MsgHandler.h"
 
-// The default handler of the plug-in's messaging object (PtTesselTalk): a "Result" answer
-// sets the process-wide message-received flag. Everything else is ignored.
+// The default handler of the plug-in's messaging object (PtTesselTalk): a
+// "Result" answer sets the process-wide message-received flag; everything
+// else is ignored.
 class HelloHandler : public ScObjects::TesselTalk::MsgHandler {
 public:
     ~HelloHandler() override;
