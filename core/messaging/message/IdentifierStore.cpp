@@ -124,7 +124,9 @@ SoString getDigestKey()
     static std::mutex cacheMutex;
     static std::string cachedHome;
     static bool cached = false;
-    static SoString* cachedKey = new SoString;
+    // A static, not a heap object: a module that is unloaded must not leave
+    // the key behind.
+    static SoString cachedKey;
 
     const char* home = std::getenv("HOME");
     const std::string currentHome = home ? home : "";
@@ -132,11 +134,11 @@ SoString getDigestKey()
     if (!cached || cachedHome != currentHome) {
         SoString key = getID("md5");
         key.shrink(kMaxKeyLength);
-        *cachedKey = key;
+        cachedKey = key;
         cachedHome = currentHome;
         cached = true;
     }
-    return *cachedKey;
+    return cachedKey;
 }
 
 } // namespace TesselTalkUtils
