@@ -8,6 +8,7 @@
 CAppSource::CAppSource(const CAppInfo& info)
     : m_appInfo(info)
 {
+    m_tesselTalk.Initialize();
     getIPtPreferences();
     // A missing or unreadable dictionary is no error: lookups fall back to
     // the default texts.
@@ -24,6 +25,7 @@ CAppSource::~CAppSource()
     if (m_preferences)
         m_preferences->Release();
     PtZString::closeZStringDict();
+    m_tesselTalk.Terminate();
 }
 
 // A missing library or entry is no error: conversion is then simply not offered.

@@ -14,6 +14,7 @@
 #include "CAppPanelWidgets.h"
 #include "CAppSourceChain.h"
 #include "LumenPlugin.h"
+#include "PtTesselTalk.h"
 #include "TesselHandOff.h"
 
 class CMOXFileFormat;
@@ -133,8 +134,8 @@ public:
     // copied-to message for `folder`, unless a DNG conversion has failed
     // since construction: that failure has had its own message.
     void displayFilesCopied(IDisplayMsgHandler& messages, const QString& folder);
-    // Replaces the hand-off to Tessel; null puts back TesselNotInstalled.
-    // This is where the messaging hand-off plugs in.
+    // Replaces the hand-off to Tessel; null puts back the messaging
+    // hand-off through this source's own link.
     void setTesselHandOff(std::unique_ptr<TesselHandOff> handOff);
 
     // The sink-chain extension: the sink that runs first, AddRef'd; null
@@ -180,5 +181,7 @@ private:
     ISkiffPostProcessing* m_nextSink = nullptr;
     unsigned long long m_dngFailureCount = 0;
     QString m_lastBackupName;
-    std::unique_ptr<TesselHandOff> m_handOff = std::make_unique<TesselNotInstalled>();
+    // Declared before the hand-off, which borrows it.
+    PtTesselTalk m_tesselTalk;
+    std::unique_ptr<TesselHandOff> m_handOff = std::make_unique<TesselTalkHandOff>(m_tesselTalk);
 };

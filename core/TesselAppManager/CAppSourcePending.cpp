@@ -1,7 +1,6 @@
-// Operations whose work arrives with the features that own it (the host
-// application's own download command), and the panel's ordering and mode
-// hooks, which the settings panel does without. Each tells the host plainly that it is not
-// provided.
+// The copy progress's label hint and the panel's ordering and mode hooks,
+// which the plug-in does without. Each tells the host plainly that it is
+// not provided.
 #include "CAppSource.h"
 
 FxResult CAppSource::GetCopyProgressLongestLabelString(FxChar*, int)
@@ -15,11 +14,6 @@ FxResult CAppSource::GetUIControlOrder(IUIOrderingOptionsEnum&)
 }
 
 FxResult CAppSource::HandleUIModeChange(void*, eSkiffUIMode, int&)
-{
-    return kFxErrNotImplemented;
-}
-
-FxResult CAppSource::InvokeHostApp(void*, unsigned int, FxChar*)
 {
     return kFxErrNotImplemented;
 }

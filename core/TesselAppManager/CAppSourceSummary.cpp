@@ -160,5 +160,5 @@ void CAppSource::deleteOriginals(ISinkEnumMediaItem& items, IDisplayMsgHandler& 
 
 void CAppSource::setTesselHandOff(std::unique_ptr<TesselHandOff> handOff)
 {
-    m_handOff = handOff ? std::move(handOff) : std::make_unique<TesselNotInstalled>();
+    m_handOff = handOff ? std::move(handOff) : std::make_unique<TesselTalkHandOff>(m_tesselTalk);
 }

@@ -1,11 +1,11 @@
 // The one seam through which the source hands a finished download to the
 // Tessel browser.
 //
-// The source owns exactly one implementation. The real one, built on the
-// TesselTalk messaging object, plugs in here through
-// CAppSource::setTesselHandOff; until it does, the source holds
-// TesselNotInstalled, which answers the way an installation without Tessel
-// does. Both calls run on the host's thread that drives the plug-in.
+// The source owns exactly one implementation: by default TesselTalkHandOff
+// (PtTesselTalk.h), over the source's own messaging link. Tests put another
+// one in through CAppSource::setTesselHandOff; TesselNotInstalled answers
+// the way an installation without Tessel does. Both calls run on the host's
+// thread that drives the plug-in.
 #pragma once
 
 #include <string>

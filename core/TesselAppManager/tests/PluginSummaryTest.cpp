@@ -8,6 +8,7 @@
 #include "FakePanel.h"
 #include "ProcessingFixture.h"
 #include "SummaryFakes.h"
+#include "TesselPeer.h"
 
 namespace {
 
@@ -241,4 +242,24 @@ TEST_F(PluginSummary, FailedConversionsAreReportedInsteadAndNeverForgotten)
     EXPECT_EQ(post(raw), FxResult(false));
     EXPECT_EQ(push(), kFxOk);
     EXPECT_EQ(lines(m_log), lines(QStringList{failed.arg(2)})) << "a later session still counts the earlier failure";
+}
+
+TEST_F(PluginSummary, RunningTesselIsSentTheFolderWithItsBackslashesDoubled)
+{
+    TesselPeer tessel;
+    tessel.setUp();
+    tessel.registerTessel();
+    tessel.startTessel();
+    const QString folder = m_download.filePath(QStringLiteral("day\\one\\"));
+    m_items.add(folder + QStringLiteral("/IMG_1.JPG"));
+    m_items.add(folder + QStringLiteral("/IMG_2.JPG"));
+    open(true, false);
+    EXPECT_EQ(push(), kFxOk);
+    const std::string doubled = m_download.path().toStdString() + "/day\\\\one\\\\";
+    EXPECT_EQ(tessel.handled(),
+              (std::vector<std::string>{" app.skiffBrowseTo (\"" + doubled + "\");  app.beep() ;'done';"}));
+    EXPECT_EQ(lines(m_log), lines(QStringList())) << "Tessel shows the folder instead of the summary";
+    m_sink->Release();
+    m_sink = nullptr;
+    tessel.tearDown();
 }

@@ -7,8 +7,11 @@
 //                                   TT_PEER_SPEC and TT_PEER_OUT
 //
 // Bodies the server understands: "block MS" stops pumping for MS
-// milliseconds, "fail" answers error 7, "throw" throws, "quit" ends it;
-// anything else is answered "echo:" BODY.
+// milliseconds, "hold MS" stays MS milliseconds inside its handler (the
+// status reads "PUMPING"), "fail" answers error 7, "throw" throws, "quit"
+// ends it; anything else is answered "echo:" BODY. With TT_PEER_SILENT set
+// in its environment the server records every body and answers none of
+// them with a result (error 7 instead).
 #include <unistd.h>
 
 #include <cstdio>
@@ -48,8 +51,12 @@ public:
         if (message.getType() == "LaunchParams")
             return 0;
         record("handled " + body);
+        if (std::getenv("TT_PEER_SILENT"))
+            return 7;
         if (body.compare(0, 6, "block ") == 0) {
             gBlockMs = std::atol(body.c_str() + 6);
+        } else if (body.compare(0, 5, "hold ") == 0) {
+            TesselTalkUtils::sleep(static_cast<unsigned int>(std::atol(body.c_str() + 5)));
         } else if (body == "fail") {
             *result = "failed";
             return 7;
