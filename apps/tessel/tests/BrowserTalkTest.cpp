@@ -106,12 +106,27 @@ TEST_F(BrowserTalkTest, AnswersEachScriptWithItsValueOrItsError)
     EXPECT_TRUE(log.contains(QStringLiteral("answered error: Error: no such folder")));
 }
 
-TEST_F(BrowserTalkTest, ThreadAnswersStatusWhilePumpingAndSigtermReleasesTheName)
+TEST_F(BrowserTalkTest, StatusIsIdleWhilePumpingBusyWhileStalledAndSigtermReleasesTheName)
 {
     startBrowser();
     const Outcome status = tt({QStringLiteral("ping"), QStringLiteral("tessel")});
     EXPECT_EQ(status.status, 0) << status.out.toStdString();
     EXPECT_TRUE(status.out.contains(QStringLiteral("IDLE"))) << status.out.toStdString();
+
+    const Outcome stalled = tt({QStringLiteral("send"), QStringLiteral("tessel"), QStringLiteral("app.stallFor(3000); 1"),
+                                QStringLiteral("--wait"), QStringLiteral("10")});
+    ASSERT_EQ(stalled.status, 0) << stalled.out.toStdString();
+    QThread::msleep(1500);
+    const Outcome busy = tt({QStringLiteral("ping"), QStringLiteral("tessel")});
+    EXPECT_TRUE(busy.out.contains(QStringLiteral("BUSY"))) << busy.out.toStdString();
+    // A script sent meanwhile waits in the queue and is answered once the
+    // browser pumps again.
+    const Outcome late = tt({QStringLiteral("send"), QStringLiteral("tessel"), QStringLiteral("'late'"),
+                             QStringLiteral("--wait"), QStringLiteral("10")});
+    EXPECT_EQ(late.status, 0) << late.out.toStdString();
+    EXPECT_TRUE(late.out.contains(QStringLiteral("late")));
+    const Outcome idle = tt({QStringLiteral("ping"), QStringLiteral("tessel")});
+    EXPECT_TRUE(idle.out.contains(QStringLiteral("IDLE"))) << idle.out.toStdString();
 
     ::kill(pid_t(browser.processId()), SIGTERM);
     ASSERT_TRUE(browser.waitForFinished(10000));
