@@ -5,6 +5,8 @@
 #include <QJSEngine>
 #include <QProcess>
 #include <QQmlEngine>
+#include <QThread>
+#include <QTimer>
 
 namespace {
 // Objects the engine reaches through `app` belong to the browser; without
@@ -89,6 +91,14 @@ void ScriptApp::beep()
     ++m_beeps;
     emit called(QStringLiteral("beep"));
     emit beeped();
+}
+
+void ScriptApp::stallFor(int ms)
+{
+    if (ms <= 0)
+        return fail(QStringLiteral("stallFor needs a positive number of milliseconds"));
+    emit called(QStringLiteral("stallFor %1").arg(ms));
+    QTimer::singleShot(0, this, [ms] { QThread::msleep(static_cast<unsigned long>(ms)); });
 }
 
 void ScriptApp::runSkiff()

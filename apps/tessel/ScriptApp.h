@@ -76,6 +76,10 @@ public:
     Q_INVOKABLE void beep();
     // Starts the host program detached, in its own folder.
     Q_INVOKABLE void runSkiff();
+    // Our own addition for testing: once the current script and its answer
+    // are done, keeps the browser's thread busy for ms milliseconds outside
+    // messaging, as a long piece of work would, so pings find it "BUSY".
+    Q_INVOKABLE void stallFor(int ms);
 
     QString folder() const { return m_folder; }
     QString status() const { return m_status; }

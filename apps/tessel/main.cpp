@@ -2,19 +2,30 @@
 //
 // Registers itself as "tessel" when the registry does not know it yet, then
 // runs the given scripts in order, printing one line per call a script
-// makes and one per result. Headless it then exits (1 when a script
-// failed); with a window it stays open on what the scripts showed.
+// makes and one per result. Headless with scripts it then exits (1 when a
+// script failed). Otherwise it serves "tessel" over TesselTalk, printing
+// each script it receives and its answer, until its window is closed or it
+// gets SIGTERM or SIGINT. Without a display it runs headless, as it does
+// when the messaging system launches it on a machine without one.
+#include "BrowserTalk.h"
 #include "BrowserWindow.h"
 #include "ScriptApp.h"
 #include "ScriptHost.h"
 #include "SelfRegistration.h"
 
+#include "TesselTalkThread.h"
+
 #include <QApplication>
 #include <QFile>
+#include <QSocketNotifier>
 #include <QTextStream>
 #include <QTimer>
 
 #include <memory>
+
+#include <signal.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 namespace {
 const char kUsage[] = "usage: tessel [--headless] [--script TEXT | --run-script FILE]...\n";
@@ -54,6 +65,37 @@ bool collectScripts(const QStringList& args, QStringList& scripts)
     return true;
 }
 
+bool displayAvailable()
+{
+    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) {
+        if (!qEnvironmentVariableIsEmpty(name))
+            return true;
+    }
+    return false;
+}
+
+// SIGTERM and SIGINT end the event loop, so the endpoint is released on
+// the way out. The handler only writes a byte; the loop does the rest.
+int gSignalPipe[2] = {-1, -1};
+
+void onQuitSignal(int)
+{
+    const char byte = 1;
+    (void)!::write(gSignalPipe[1], &byte, 1);
+}
+
+bool quitOnSignals(QCoreApplication& application)
+{
+    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, gSignalPipe) != 0)
+        return false;
+    auto* notifier = new QSocketNotifier(gSignalPipe[0], QSocketNotifier::Read, &application);
+    QObject::connect(notifier, &QSocketNotifier::activated, &application, &QCoreApplication::quit);
+    struct sigaction action = {};
+    action.sa_handler = onQuitSignal;
+    sigemptyset(&action.sa_mask);
+    return sigaction(SIGTERM, &action, nullptr) == 0 && sigaction(SIGINT, &action, nullptr) == 0;
+}
+
 bool runAll(ScriptHost& host, const QStringList& scripts)
 {
     bool allOk = true;
@@ -68,7 +110,7 @@ bool runAll(ScriptHost& host, const QStringList& scripts)
 
 int main(int argc, char** argv)
 {
-    bool headless = false;
+    bool headless = !displayAvailable();
     for (int i = 1; i < argc; ++i) {
         if (QByteArray(argv[i]) == "--help") {
             QTextStream(stdout) << kUsage;
@@ -88,11 +130,27 @@ int main(int argc, char** argv)
     ScriptApp app(QCoreApplication::applicationDirPath() + QStringLiteral("/skiff"));
     QObject::connect(&app, &ScriptApp::called, [](const QString& line) { out() << line << Qt::endl; });
     ScriptHost host(app);
-    if (headless)
+    if (headless && !scripts.isEmpty())
         return runAll(host, scripts) ? 0 : 1;
 
-    BrowserWindow window(app);
-    window.show();
-    QTimer::singleShot(0, &window, [&] { runAll(host, scripts); });
-    return application->exec();
+    // The messaging thread answers pings while scripts run or the window
+    // is busy; it has to be chosen before messaging is set up.
+    ScObjects::TesselTalkThread::install();
+    BrowserTalk talk(host);
+    QObject::connect(&talk, &BrowserTalk::logged, [](const QString& line) { out() << line << Qt::endl; });
+    if (!quitOnSignals(*application) || !talk.start()) {
+        QTextStream(stderr) << "tessel: could not serve " << BrowserTalk::kSpecifier << " over TesselTalk\n";
+        return 1;
+    }
+    out() << "serving " << BrowserTalk::kSpecifier << " as process " << QCoreApplication::applicationPid() << Qt::endl;
+
+    std::unique_ptr<BrowserWindow> window;
+    if (!headless) {
+        window.reset(new BrowserWindow(app));
+        window->show();
+        QTimer::singleShot(0, window.get(), [&] { runAll(host, scripts); });
+    }
+    const int status = application->exec();
+    talk.stop();
+    return status;
 }

@@ -2,7 +2,8 @@
 # Runs the demo twice under a scratch TMPDIR and HOME and checks what it says
 # against the folders: only the converted raw files left on the card (their
 # copies no longer match them), a backup of every original, every raw file
-# replaced by its DNG, the user's HOME untouched.
+# replaced by its DNG, the browser launched once, sent the folder, answering,
+# and stopped at the end, the user's HOME untouched.
 # Usage: check_demo.sh DEMO SCRATCH
 set -euo pipefail
 demo=$1 scratch=$2
@@ -37,6 +38,12 @@ for run in 1 2; do
     sum=$(sha256sum "$jpg" | cut -d' ' -f1)
     digests "$backup" | grep -qx "$sum" || fail "run $run: no backup identical to ${jpg##*/}"
   done
+  log=$(field browser)
+  [ "$(grep -c '^serving tessel as process' "$log")" -eq 1 ] || { cat "$out"; fail "run $run: the browser was not launched once"; }
+  grep -qF "app.skiffBrowseTo (\"$dest\")" "$log" || { cat "$out"; fail "run $run: the browser was not sent the folder"; }
+  grep -qx 'answered result: done' "$log" || { cat "$out"; fail "run $run: the browser did not answer"; }
+  pid=$(sed -n 's/^serving tessel as process //p' "$log")
+  ! kill -0 "$pid" 2>/dev/null || { kill "$pid"; fail "run $run: the browser was left running"; }
   eval "dest$run=\$dest"
 done
 [ "$dest1" != "$dest2" ] || fail "the second run reused the first one's folders"
