@@ -62,6 +62,14 @@ host_shots() {
       ./skiff --gui --screenshot "$work/shots/host/panel_de_de.png" &&
     xvfb-run -a -s "-screen 0 1280x1024x24 -dpi 96" "${env[@]}" ./skiff --gui --card "$work/card" \
       --dest "$work/download" --start --screenshot "$work/shots/host/download_progress.png") >/dev/null
+  # The browser showing a downloaded folder: a synthesised card's pictures,
+  # one raw file converted to DNG.
+  local folder="$work/browsed/DCIM/100CORVA"
+  (cd "$stage" && ./makecard "$work/browsed" && ./rawdng "$folder/IMG_0005.NEF" "$folder/IMG_0005.dng" &&
+    rm "$folder"/*.NEF "$folder"/*.xmp &&
+    xvfb-run -a -s "-screen 0 1280x1024x24 -dpi 96" "${env[@]}" ./tessel \
+      --script "app.skiffBrowseTo('$folder'); app.document.status = 'Downloaded 5 files'; 'done';" \
+      --screenshot "$work/shots/host/browser_folder.png") >/dev/null
 }
 
 if $check; then

@@ -1,4 +1,4 @@
-// tessel [--headless] [--script TEXT | --run-script FILE]...
+// tessel [--headless] [--script TEXT | --run-script FILE]... [--screenshot PNG]
 //
 // Registers itself as "tessel" when the registry does not know it yet, then
 // runs the given scripts in order, printing one line per call a script
@@ -6,7 +6,8 @@
 // script failed). Otherwise it serves "tessel" over TesselTalk, printing
 // each script it receives and its answer, until its window is closed or it
 // gets SIGTERM or SIGINT. Without a display it runs headless, as it does
-// when the messaging system launches it on a machine without one.
+// when the messaging system launches it on a machine without one. With
+// --screenshot it saves its window once the scripts have run, and quits.
 #include "BrowserTalk.h"
 #include "BrowserWindow.h"
 #include "ScriptApp.h"
@@ -17,6 +18,7 @@
 
 #include <QApplication>
 #include <QFile>
+#include <QPixmap>
 #include <QSocketNotifier>
 #include <QTextStream>
 #include <QTimer>
@@ -28,7 +30,7 @@
 #include <unistd.h>
 
 namespace {
-const char kUsage[] = "usage: tessel [--headless] [--script TEXT | --run-script FILE]...\n";
+const char kUsage[] = "usage: tessel [--headless] [--script TEXT | --run-script FILE]... [--screenshot PNG]\n";
 
 QTextStream& out()
 {
@@ -45,6 +47,10 @@ bool collectScripts(const QStringList& args, QStringList& scripts)
         const QString& arg = args[i];
         if (arg == QLatin1String("--headless"))
             continue;
+        if (arg == QLatin1String("--screenshot") && i + 1 < args.size()) {
+            ++i;
+            continue;
+        }
         const bool inlineText = arg == QLatin1String("--script");
         if ((!inlineText && arg != QLatin1String("--run-script")) || i + 1 == args.size()) {
             err << "tessel: unknown or incomplete option " << arg << '\n' << kUsage;
@@ -120,6 +126,9 @@ int main(int argc, char** argv)
     }
     std::unique_ptr<QCoreApplication> application(headless ? new QCoreApplication(argc, argv)
                                                            : new QApplication(argc, argv));
+    const QStringList args = QCoreApplication::arguments();
+    const int shotAt = args.indexOf(QStringLiteral("--screenshot"));
+    const QString screenshot = shotAt > 0 && shotAt + 1 < args.size() ? args[shotAt + 1] : QString();
     QStringList scripts;
     if (!collectScripts(QCoreApplication::arguments(), scripts))
         return 2;
@@ -148,7 +157,18 @@ int main(int argc, char** argv)
     if (!headless) {
         window.reset(new BrowserWindow(app));
         window->show();
-        QTimer::singleShot(0, window.get(), [&] { runAll(host, scripts); });
+        QTimer::singleShot(0, window.get(), [&] {
+            const bool ok = runAll(host, scripts);
+            if (screenshot.isEmpty())
+                return;
+            // Let the grid lay out and paint its thumbnails first.
+            QTimer::singleShot(500, window.get(), [&, ok] {
+                const bool saved = window->grab().save(screenshot, "PNG");
+                if (!saved)
+                    QTextStream(stderr) << "tessel: cannot write " << screenshot << '\n';
+                application->exit(ok && saved ? 0 : 1);
+            });
+        });
     }
     const int status = application->exec();
     talk.stop();
