@@ -1,16 +1,17 @@
-// Widgets and pixmaps need one QApplication for the whole test binary.
+// Widgets need one QApplication for the whole test binary; it is created
+// before the first test and lives until the process ends.
 #include <gtest/gtest.h>
 
 #include <QApplication>
 
 namespace {
 
-class ApplicationEnvironment : public testing::Environment {
+class QtApplicationEnvironment : public testing::Environment {
 public:
     void SetUp() override
     {
         static int argc = 1;
-        static char name[] = "tessel_browser_tests";
+        static char name[] = "tessel_tests";
         static char* argv[] = {name, nullptr};
         m_app = new QApplication(argc, argv);
     }
@@ -24,6 +25,6 @@ private:
     QApplication* m_app = nullptr;
 };
 
-const testing::Environment* const kEnvironment = testing::AddGlobalTestEnvironment(new ApplicationEnvironment);
+const testing::Environment* const kEnvironment = testing::AddGlobalTestEnvironment(new QtApplicationEnvironment);
 
 } // namespace
