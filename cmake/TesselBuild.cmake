@@ -78,6 +78,7 @@ function(tessel_add_gtest name)
     target_sources(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests/support/SanitizerDefaults.cpp)
   endif()
   target_sources(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests/support/PrivateRuntimeDir.cpp)
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests/support)
   target_link_libraries(${name} PRIVATE GTest::gtest GTest::gtest_main ${ARG_LIBS})
   target_compile_definitions(${name} PRIVATE
     TESSEL_STAGE_DIR="${TESSEL_STAGE_DIR}"

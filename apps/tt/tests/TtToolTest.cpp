@@ -14,6 +14,7 @@
 
 #include "ConnectorConfig.h"
 #include "TTConnectorAppInfo.h"
+#include "TemporaryUserFolders.h"
 
 namespace {
 
@@ -21,15 +22,8 @@ class TtTool : public testing::Test {
 protected:
     void SetUp() override
     {
-        char pattern[] = "/tmp/tttool.XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        m_root = pattern;
-        for (const char* sub : {"/home", "/data", "/sys", "/run"})
-            ASSERT_EQ(mkdir((m_root + sub).c_str(), 0700), 0);
-        setenv("HOME", (m_root + "/home").c_str(), 1);
-        setenv("XDG_DATA_HOME", (m_root + "/data").c_str(), 1);
-        setenv("XDG_DATA_DIRS", (m_root + "/sys").c_str(), 1);
-        setenv("XDG_RUNTIME_DIR", (m_root + "/run").c_str(), 1);
+        m_root = makeTemporaryUserFolders("tttool");
+        ASSERT_FALSE(m_root.empty());
     }
     void TearDown() override
     {

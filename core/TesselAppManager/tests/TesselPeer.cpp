@@ -11,19 +11,12 @@
 
 #include "Specifier.h"
 #include "TesselTalkConnector.h"
+#include "TemporaryUserFolders.h"
 
 void TesselPeer::setUp()
 {
-    char pattern[] = "/tmp/tesselpeer.XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    m_root = pattern;
-    for (const char* sub : {"/home", "/data", "/sys", "/config", "/run"})
-        ASSERT_EQ(mkdir((m_root + sub).c_str(), 0700), 0);
-    setenv("HOME", (m_root + "/home").c_str(), 1);
-    setenv("XDG_DATA_HOME", (m_root + "/data").c_str(), 1);
-    setenv("XDG_DATA_DIRS", (m_root + "/sys").c_str(), 1);
-    setenv("XDG_CONFIG_HOME", (m_root + "/config").c_str(), 1);
-    setenv("XDG_RUNTIME_DIR", (m_root + "/run").c_str(), 1);
+    m_root = makeTemporaryUserFolders("tesselpeer");
+    ASSERT_FALSE(m_root.empty());
     // What a peer launched by the messaging system serves and where it writes.
     m_launchedOut = m_root + "/launched.out";
     setenv("TT_PEER_SPEC", "tessel-1.0", 1);

@@ -15,6 +15,7 @@
 #include "TesselTalkContext.h"
 #include "TesselTalkSetupThread.h"
 #include "TesselTalkUtils.h"
+#include "TemporaryUserFolders.h"
 
 using namespace ScObjects;
 using TesselTalk::Message;
@@ -63,15 +64,8 @@ class TesselTalkCore : public testing::Test {
 protected:
     void SetUp() override
     {
-        char pattern[] = "/tmp/ttcore.XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        m_root = pattern;
-        for (const char* sub : {"/home", "/data", "/sys", "/run"})
-            ASSERT_EQ(mkdir((m_root + sub).c_str(), 0700), 0);
-        setenv("HOME", (m_root + "/home").c_str(), 1);
-        setenv("XDG_DATA_HOME", (m_root + "/data").c_str(), 1);
-        setenv("XDG_DATA_DIRS", (m_root + "/sys").c_str(), 1);
-        setenv("XDG_RUNTIME_DIR", (m_root + "/run").c_str(), 1);
+        m_root = makeTemporaryUserFolders("ttcore");
+        ASSERT_FALSE(m_root.empty());
         ASSERT_EQ(Messaging::InitTerm::init(SoString("ttsender-1.0"), true), 1);
         m_main = new Messaging("ttsender-1.0", new Recording(&m_answers), true);
     }

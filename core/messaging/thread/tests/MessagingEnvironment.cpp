@@ -12,21 +12,14 @@
 #include "Specifier.h"
 #include "TesselTalkConnector.h"
 #include "TesselTalkThread.h"
+#include "TemporaryUserFolders.h"
 
 using namespace ScObjects;
 
 void MessagingEnvironment::SetUp()
 {
-    char pattern[] = "/tmp/ttmsg.XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    m_root = pattern;
-    for (const char* sub : {"/home", "/data", "/sys", "/config", "/run"})
-        ASSERT_EQ(mkdir((m_root + sub).c_str(), 0700), 0);
-    setenv("HOME", (m_root + "/home").c_str(), 1);
-    setenv("XDG_DATA_HOME", (m_root + "/data").c_str(), 1);
-    setenv("XDG_DATA_DIRS", (m_root + "/sys").c_str(), 1);
-    setenv("XDG_CONFIG_HOME", (m_root + "/config").c_str(), 1);
-    setenv("XDG_RUNTIME_DIR", (m_root + "/run").c_str(), 1);
+    m_root = makeTemporaryUserFolders("ttmsg");
+    ASSERT_FALSE(m_root.empty());
     TesselTalkThread::install();
     ASSERT_EQ(TesselTalk::TesselTalk::InitTerm::init(SoString("ttsender-1.0"), true), 1);
     m_tt = new TesselTalk::TesselTalk("ttsender-1.0", new Recorder(&m_answers), true);
