@@ -34,6 +34,19 @@ function(tessel_stage_executable target)
   set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${TESSEL_STAGE_DIR}/bin)
 endfunction()
 
+# tessel_link_static(target): a one-shot tool whose every run is mostly
+# start-up is linked whole, with no dynamic loader work. Instrumented builds
+# keep the shared libraries, which their runtimes need.
+function(tessel_link_static target)
+  if(TESSEL_SANITIZE OR TESSEL_COVERAGE OR TESSEL_FUZZ OR NOT TESSEL_CRYPTO_ARCHIVE)
+    target_link_options(${target} PRIVATE -static-libstdc++ -static-libgcc)
+    return()
+  endif()
+  set_target_properties(${target} PROPERTIES TESSEL_STATIC ON)
+  # Without its debug sections the file the kernel maps is half the size.
+  target_link_options(${target} PRIVATE -static -Wl,--strip-debug)
+endfunction()
+
 # tessel_stage_framework(target name): a bundle directory whose code is
 # Frameworks/<name>.framework/<name>, the way the plug-in looks for it.
 function(tessel_stage_framework target name)

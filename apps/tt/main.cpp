@@ -27,8 +27,8 @@ namespace {
 // Exit statuses.
 enum Status { kOk = 0, kFailed = 1, kNotRunning = 2, kTimedOut = 3, kUsage = 64 };
 
-// How often a waiting send takes in its answer.
-constexpr unsigned int kAnswerPollMs = 1;
+// The longest single wait between two pumps; an arriving message ends it.
+constexpr unsigned int kPumpWaitMs = 100;
 
 struct Verb {
     const char* name;
@@ -81,9 +81,13 @@ SoString ownSpecifier()
     return spec;
 }
 
-bool start()
+// withThread: whether others must be able to reach us while we run. A
+// one-shot send does without the messaging thread (and its endpoint) unless
+// it launches its target, which confirms the launch to that thread.
+bool start(bool withThread = true)
 {
-    TesselTalkThread::install();
+    if (withThread)
+        TesselTalkThread::install();
     return Messaging::InitTerm::init(ownSpecifier(), true) == 1;
 }
 
@@ -153,9 +157,7 @@ int awaitDelivery(Messaging& tt, const Message& message, std::vector<Message>& a
             return fail(kTimedOut, "no answer from " + std::string(message.getTarget().c_str()) + " within "
                 + std::to_string(wait) + " s");
         }
-        // The answer is taken in by our own pump: a short step keeps the
-        // answering side's send (which waits for us to take it) short too.
-        TesselTalkUtils::sleep(kAnswerPollMs);
+        tt.waitForIncoming(kPumpWaitMs);
     }
 }
 
@@ -183,7 +185,7 @@ int send(const std::vector<std::string>& args)
     }
     if (words.size() != 2)
         return fail(kUsage, "send needs SPEC and TEXT");
-    if (!start())
+    if (!start(launch))
         return fail(kFailed, "cannot set up messaging");
     std::vector<Message> answers;
     auto* tt = new Messaging(ownSpecifier().c_str(), new Printer(&answers), true);
@@ -226,7 +228,7 @@ int listen(const std::vector<std::string>& args)
     signal(SIGTERM, [](int) { gInterrupted = 1; });
     while (!gInterrupted) {
         Messaging::pump(Messaging::kBoth);
-        TesselTalkUtils::sleep(50);
+        tt->waitForIncoming(kPumpWaitMs);
     }
     delete tt;
     Messaging::InitTerm::exit();

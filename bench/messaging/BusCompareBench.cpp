@@ -14,7 +14,9 @@
 //   bus_compare_bench [ROUNDS]      (default 30)
 //
 // The same program is the two echo peers, chosen by its first argument.
+#include <fcntl.h>
 #include <signal.h>
+#include <spawn.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <systemd/sd-bus.h>
@@ -85,8 +87,9 @@ int serveBus(const std::string& address)
     return 0;
 }
 
-// The TesselTalk echo peer: answers every request with its body. It pumps
-// every millisecond, as an application's event loop would while idle.
+// The TesselTalk echo peer: answers every request with its body. Between
+// pumps it waits on its endpoint, as the sd-bus service waits on its bus
+// connection and as an application's event loop watches the endpoint.
 class Echo : public TesselTalk::MsgHandler {
 public:
     long handleMessage(int kind, TesselTalk::Message& message, SoString* result) override
@@ -105,28 +108,32 @@ int serveTalk()
     auto* tt = new TesselTalk::TesselTalk(kPeerSpec, new Echo, true);
     while (!gStop) {
         TesselTalk::TesselTalk::pump(TesselTalk::TesselTalk::kBoth);
-        TesselTalkUtils::sleep(1);
+        tt->waitForIncoming(100);
     }
     delete tt;
     TesselTalk::TesselTalk::InitTerm::exit();
     return 0;
 }
 
+// posix_spawn rather than fork: copying this process (its threads, its bus
+// connection) would cost more than the programs being timed and hide the
+// difference between them.
 pid_t spawn(const std::vector<std::string>& args, bool quiet)
 {
-    const pid_t child = fork();
-    if (child == 0) {
-        if (quiet) {
-            std::freopen("/dev/null", "w", stdout);
-            std::freopen("/dev/null", "w", stderr);
-        }
-        std::vector<char*> argv;
-        for (const std::string& arg : args)
-            argv.push_back(const_cast<char*>(arg.c_str()));
-        argv.push_back(nullptr);
-        execvp(argv[0], argv.data());
-        _exit(127);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    if (quiet) {
+        posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
+        posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
     }
+    std::vector<char*> argv;
+    for (const std::string& arg : args)
+        argv.push_back(const_cast<char*>(arg.c_str()));
+    argv.push_back(nullptr);
+    pid_t child = -1;
+    if (posix_spawnp(&child, argv[0], &actions, nullptr, argv.data(), environ) != 0)
+        child = -1;
+    posix_spawn_file_actions_destroy(&actions);
     return child;
 }
 
@@ -137,7 +144,8 @@ double timeProgram(const std::vector<std::string>& args)
     const auto start = Clock::now();
     const pid_t child = spawn(args, true);
     int status = 0;
-    waitpid(child, &status, 0);
+    if (child < 0 || waitpid(child, &status, 0) < 0)
+        return -1;
     const double us = std::chrono::duration<double, std::micro>(Clock::now() - start).count();
     return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? us : -1;
 }
@@ -231,23 +239,42 @@ int run(const std::string& self, int rounds)
             kBusPath, std::string(kBusName) + ".Echo", "string:hello"};
         bool failed = !ready;
         for (int round = 0; round < rounds && !failed; ++round) {
-            const double a = timeProgram(ttArgs);
-            const double b = timeProgram(busArgs);
+            const bool ttFirst = round % 2 == 0;
+            const double first = timeProgram(ttFirst ? ttArgs : busArgs);
+            const double second = timeProgram(ttFirst ? busArgs : ttArgs);
+            const double a = ttFirst ? first : second;
+            const double b = ttFirst ? second : first;
             const double e = timeProgram({TT_PATH, "--help"});
-            // The peer's messaging thread serves pings once per pump interval;
-            // rounds of nearly equal length would always meet that cycle at
-            // the same phase, so each ping starts at a random moment of it.
+            // The peer's messaging thread also makes a pass every pump
+            // interval; rounds of nearly equal length would always meet that
+            // cycle at the same phase, so each ping starts at a random moment.
             usleep(useconds_t(std::rand() % int(TesselTalkThread::kPumpMs * 1000)));
-            auto start = Clock::now();
-            const SoString answer = TesselTalk::TesselTalk::Thread::ping(kPeerSpec, "STATUS", 5);
-            const double c = std::chrono::duration<double, std::micro>(Clock::now() - start).count();
-            start = Clock::now();
-            sd_bus_message* reply = nullptr;
-            const char* echoed = nullptr;
-            const bool called = sd_bus_call_method(bus, kBusName, kBusPath, kBusName, "Echo", nullptr, &reply, "s", "hello") >= 0
-                && sd_bus_message_read(reply, "s", &echoed) >= 0 && std::strcmp(echoed, "hello") == 0;
-            const double d = std::chrono::duration<double, std::micro>(Clock::now() - start).count();
-            sd_bus_message_unref(reply);
+            // The two round trips take turns going first, so that neither
+            // always meets the machine just woken from the pause.
+            SoString answer;
+            bool called = false;
+            double c = 0, d = 0;
+            auto pingPeer = [&] {
+                const auto start = Clock::now();
+                answer = TesselTalk::TesselTalk::Thread::ping(kPeerSpec, "STATUS", 5);
+                c = std::chrono::duration<double, std::micro>(Clock::now() - start).count();
+            };
+            auto callBus = [&] {
+                const auto start = Clock::now();
+                sd_bus_message* reply = nullptr;
+                const char* echoed = nullptr;
+                called = sd_bus_call_method(bus, kBusName, kBusPath, kBusName, "Echo", nullptr, &reply, "s", "hello") >= 0
+                    && sd_bus_message_read(reply, "s", &echoed) >= 0 && std::strcmp(echoed, "hello") == 0;
+                d = std::chrono::duration<double, std::micro>(Clock::now() - start).count();
+                sd_bus_message_unref(reply);
+            };
+            if (round % 2) {
+                callBus();
+                pingPeer();
+            } else {
+                pingPeer();
+                callBus();
+            }
             failed = a < 0 || b < 0 || e < 0 || answer.isEmpty() || !called;
             ttSend.us.push_back(a);
             busSend.us.push_back(b);

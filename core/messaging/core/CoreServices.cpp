@@ -172,8 +172,7 @@ class Endpoints : public TesselTalkUtils::LaunchEndpoints {
 public:
     bool canCreateLocally(const SoString& name) override
     {
-        InterAppStream probe(name, false);
-        return probe.isGood();
+        return InterAppStream::nameIsFree(name);
     }
     std::unique_ptr<TesselTalkUtils::LaunchInbox> open(const SoString& name) override
     {

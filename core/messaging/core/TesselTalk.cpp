@@ -13,6 +13,7 @@
 #include "TesselTalkContext.h"
 #include "TesselTalkPing.h"
 #include "TesselTalkSetupThread.h"
+#include "TesselTalkUtils.h"
 
 namespace ScObjects {
 namespace TesselTalk {
@@ -336,6 +337,23 @@ bool TesselTalk::incomingMessagePending() const
 bool TesselTalk::outgoingMessagePending() const
 {
     return !m_out.isEmpty();
+}
+
+bool TesselTalk::waitForIncoming(unsigned int ms) const
+{
+    if (!m_in.isEmpty())
+        return true;
+    if (!m_stream) {
+        TesselTalkUtils::sleep(ms);
+        return false;
+    }
+    return m_stream->waitForActivity(int(ms));
+}
+
+void TesselTalk::appendWaitDescriptors(std::vector<pollfd>& out) const
+{
+    if (m_stream)
+        m_stream->appendWaitDescriptors(out);
 }
 
 MessagingThread* TesselTalk::Thread::get()

@@ -7,6 +7,8 @@
 // to the object become owned by it. No handler exception leaves pump.
 #pragma once
 
+#include <poll.h>
+
 #include <vector>
 
 #include "Message.h"
@@ -92,6 +94,15 @@ public:
     bool messagePending() const;
     bool incomingMessagePending() const;
     bool outgoingMessagePending() const;
+
+    // Our extension, for loops that would otherwise sleep between pumps: a
+    // peer's send to us stays blocked until we take its message in.
+    // Waits at most ms for something to reach this object's endpoint; true
+    // when something did (or already waited).
+    bool waitForIncoming(unsigned int ms) const;
+    // The descriptors that become readable when something reaches the
+    // endpoint, for a caller that waits on several things at once.
+    void appendWaitDescriptors(std::vector<pollfd>& out) const;
 
     // Whether the completed specifier runs.
     static bool targetIsRunning(const char* spec);

@@ -1,5 +1,6 @@
 #include "TesselTalkPing.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -17,10 +18,10 @@ namespace TesselTalkUtils {
 
 namespace {
 
-// The answering thread's send waits, holding that thread's lock, until we
-// take the answer in: a short step keeps both the round trip and that wait
-// short.
-constexpr unsigned int kPingPollMs = 1;
+// The longest single wait for the answer; the answer itself ends the wait
+// at once, and the answering thread's send (which holds that thread's lock
+// until we take the answer in) with it.
+constexpr long kPingWaitStepMs = 100;
 
 SoString ownAppSpecifier()
 {
@@ -107,11 +108,14 @@ SoString ping(const SoString& target, bool toThread, const SoString& request, un
 
     const double deadline = getUTCTimeMilliSeconds() + double(timeoutSeconds) * 1000.0;
     SoString answer;
-    do {
+    for (;;) {
         if (takeAnswer(*replies, answer, responseBody))
             return answer;
-        sleep(kPingPollMs);
-    } while (getUTCTimeMilliSeconds() < deadline);
+        const double left = deadline - getUTCTimeMilliSeconds();
+        if (left <= 0)
+            break;
+        replies->waitForActivity(int(std::min<double>(left, kPingWaitStepMs)) + 1);
+    }
     return SoString();
 }
 

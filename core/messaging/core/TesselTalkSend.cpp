@@ -230,7 +230,7 @@ bool waitForResponse(TesselTalk* object, const Message& request, unsigned long s
         TesselTalk::pump(TesselTalk::kBoth, nullptr);
         if (!object->findHandler("", request.getSerialNumber()))
             return true;
-        TesselTalkUtils::sleep(kPollMs);
+        object->waitForIncoming(kPollMs);
     }
     return false;
 }

@@ -57,8 +57,14 @@ int listenAt(const std::string& directory, const std::string& path)
     const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     if (fd < 0)
         return -1;
-    ::unlink(temporary.c_str());
-    if (::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    // A temporary name of ours can only be taken by a dead process whose
+    // identifier we inherited: replace it then, and only then.
+    bool bound = ::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    if (!bound && errno == EADDRINUSE) {
+        ::unlink(temporary.c_str());
+        bound = ::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    }
+    if (!bound) {
         ::close(fd);
         return -1;
     }
@@ -100,15 +106,52 @@ LinuxInterAppStream::LinuxInterAppStream(const SoString& name, bool flag)
     }
 }
 
+namespace {
+
+// The lock that makes its holder the owner of a name; -1 when somebody else
+// holds it or it cannot be had.
+int takeNameLock(const std::string& lockPath)
+{
+    const int fd = ::open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+    // A held lock means a live owner.
+    if (fd >= 0 && ::flock(fd, LOCK_EX | LOCK_NB) != 0) {
+        ::close(fd);
+        return -1;
+    }
+    return fd;
+}
+
+} // namespace
+
+bool LinuxInterAppStream::canOpen(const SoString& name, bool) const
+{
+    return nameIsFree(name);
+}
+
+bool LinuxInterAppStream::nameIsFree(const SoString& name)
+{
+    // Owning a name is holding its lock, so asking for the lock answers
+    // whether a stream of that name could be made, without making one.
+    SoString port(kPortPrefix);
+    port << name;
+    StreamTransport::EndpointPaths paths;
+    if (!StreamTransport::endpointPaths(std::string(port.c_str(), std::size_t(port.length())), paths))
+        return false;
+    const int fd = takeNameLock(paths.lock);
+    if (fd < 0)
+        return false;
+    ::close(fd);
+    return true;
+}
+
 bool LinuxInterAppStream::open()
 {
     StreamTransport::EndpointPaths paths;
     const SoString port = portName();
     if (!StreamTransport::endpointPaths(std::string(port.c_str(), std::size_t(port.length())), paths))
         return false;
-    m_lockFd = ::open(paths.lock.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
-    // A held lock means a live owner.
-    if (m_lockFd < 0 || ::flock(m_lockFd, LOCK_EX | LOCK_NB) != 0)
+    m_lockFd = takeNameLock(paths.lock);
+    if (m_lockFd < 0)
         return false;
     m_listenFd = listenAt(paths.directory, paths.socket);
     if (m_listenFd < 0)
@@ -216,6 +259,34 @@ bool LinuxInterAppStream::servicePass(int waitMs) const
             ++i;
     }
     return moved;
+}
+
+void LinuxInterAppStream::appendWaitDescriptors(std::vector<pollfd>& out) const
+{
+    ObjectLock lock(this);
+    if (m_listenFd < 0)
+        return;
+    out.push_back(pollfd{m_listenFd, POLLIN, 0});
+    for (const auto& connection : m_connections)
+        out.push_back(pollfd{connection->fd(), POLLIN, 0});
+}
+
+bool LinuxInterAppStream::waitForActivity(int timeoutMs) const
+{
+    std::vector<pollfd> fds;
+    {
+        ObjectLock lock(this);
+        if (!m_queue.isEmpty())
+            return true;
+        appendWaitDescriptors(fds);
+    }
+    if (fds.empty())
+        return false;
+    int ready;
+    do {
+        ready = ::poll(fds.data(), fds.size(), timeoutMs);
+    } while (ready < 0 && errno == EINTR);
+    return ready > 0;
 }
 
 bool LinuxInterAppStream::messagePending() const

@@ -14,6 +14,8 @@
 // stream lock); send may be called from any thread.
 #pragma once
 
+#include <poll.h>
+
 #include <chrono>
 #include <memory>
 #include <vector>
@@ -59,10 +61,27 @@ public:
     bool send(const ScObjects::SoString& target, const ScObjects::SoString& data) const override;
     bool receive() override;
     bool messagePending() const override;
+    bool canOpen(const ScObjects::SoString& name, bool flag) const override;
+    // Whether nobody holds name, so that a stream of that name could be made
+    // here now; asks for the name's lock rather than making a stream.
+    static bool nameIsFree(const ScObjects::SoString& name);
 
     // How long one peer may take to deliver its blob, from its connection
     // being accepted; kSendTimeout unless changed.
     void setConnectionDeadline(std::chrono::milliseconds deadline);
+
+    // Waiting instead of sleeping between polls: a sender's blob is only
+    // acknowledged once we take it in, so every millisecond a poller sleeps
+    // is a millisecond its peer stays blocked in send.
+    //
+    // Waits at most timeoutMs for a peer to connect or for more bytes of a
+    // blob on its way; true when messagePending has something to take in
+    // (or a blob already waits for receive). Does not take anything in.
+    bool waitForActivity(int timeoutMs) const;
+    // Appends the descriptors that become readable when that happens, for a
+    // caller that waits on this endpoint together with something else. They
+    // stay valid until the next messagePending or the stream's end.
+    void appendWaitDescriptors(std::vector<pollfd>& out) const;
 
 private:
     bool open();

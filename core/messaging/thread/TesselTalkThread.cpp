@@ -1,6 +1,12 @@
 #include "TesselTalkThread.h"
 
+#include <errno.h>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
 #include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -41,6 +47,7 @@ TesselTalkThread::TesselTalkThread(TesselTalkContext* context, const SoString& a
     , m_idleValue("IDLE")
     , m_idleHandlerKey("Idle")
     , m_statusKey("STATUS")
+    , m_wakeFd(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 {
     m_threadSpecifier = createThreadSpecifier(appSpec);
     setKeyValuePair(SoString("ECHO_REQUEST"), SoString("ECHO_RESPONSE"));
@@ -60,6 +67,8 @@ TesselTalkThread::~TesselTalkThread()
         delete m_keys.back();
         m_keys.pop_back();
     }
+    if (m_wakeFd >= 0)
+        ::close(m_wakeFd);
 }
 
 void TesselTalkThread::install()
@@ -264,8 +273,10 @@ SoString TesselTalkThread::ping(const SoString& target, const SoString& request,
 
 void TesselTalkThread::handleIncoming()
 {
+    m_passTookIn = false;
     if (!m_stream || !m_stream->messagePending() || !m_stream->receive())
         return;
+    m_passTookIn = true;
     while (m_stream->receive()) {
     }
     if (m_stream->isEmpty())
@@ -333,24 +344,59 @@ void TesselTalkThread::run()
         sleep(kStartWaitMs);
     if (m_stop.load())
         return;
+    bool wokenEarly = false;
     for (;;) {
+        const auto passStarted = std::chrono::steady_clock::now();
+        bool tookIn;
         {
             ObjectLock guard(this);
             if (m_stop.load())
                 return;
             runLocked();
+            tookIn = m_passTookIn;
         }
         if (!m_stop.load())
-            pauseBetweenPasses();
+            wokenEarly = pauseBetweenPasses(passStarted, wokenEarly && !tookIn);
         if (m_stop.load())
             return;
     }
 }
 
-void TesselTalkThread::pauseBetweenPasses()
+bool TesselTalkThread::pauseBetweenPasses(std::chrono::steady_clock::time_point passStarted, bool holdOff)
 {
-    std::unique_lock<std::mutex> lock(m_pauseMutex);
-    m_pauseWake.wait_for(lock, std::chrono::milliseconds(kPumpMs), [this] { return m_stop.load(); });
+    using Clock = std::chrono::steady_clock;
+    // A peer that keeps its connection readable without ever finishing a
+    // blob would wake us again and again: after a wake that brought nothing,
+    // the next pass waits this long at least.
+    constexpr std::chrono::milliseconds kHoldOff{2};
+    if (holdOff) {
+        const Clock::time_point earliest = passStarted + kHoldOff;
+        const Clock::time_point now = Clock::now();
+        if (now < earliest)
+            sleep(unsigned(std::chrono::ceil<std::chrono::milliseconds>(earliest - now).count()));
+    }
+    const Clock::time_point due = passStarted + std::chrono::milliseconds(kPumpMs);
+    std::vector<pollfd> fds;
+    if (m_wakeFd >= 0)
+        fds.push_back(pollfd{m_wakeFd, POLLIN, 0});
+    {
+        // Only our own endpoint: the messaging objects' ones belong to the
+        // application's pump, which waits on them itself; waking for them
+        // here would take their messages from under it.
+        ObjectLock guard(this);
+        if (m_stream)
+            m_stream->appendWaitDescriptors(fds);
+    }
+    for (;;) {
+        const Clock::time_point now = Clock::now();
+        if (m_stop.load() || now >= due)
+            return false;
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(due - now);
+        const int ready = ::poll(fds.data(), fds.size(), int(left.count()));
+        if (ready < 0 && errno == EINTR)
+            continue;
+        return ready > 0;
+    }
 }
 
 bool TesselTalkThread::stop()
@@ -359,12 +405,12 @@ bool TesselTalkThread::stop()
         ObjectLock guard(this);
         m_stop.store(true);
     }
-    {
-        // Taken so that a pause that has just tested the flag is already
-        // waiting when it is woken.
-        std::lock_guard<std::mutex> lock(m_pauseMutex);
+    if (m_wakeFd >= 0) {
+        // The count stays set, so a pause that begins after this returns at
+        // once too.
+        const std::uint64_t one = 1;
+        [[maybe_unused]] const ssize_t written = ::write(m_wakeFd, &one, sizeof one);
     }
-    m_pauseWake.notify_all();
     return Thread::stop();
 }
 

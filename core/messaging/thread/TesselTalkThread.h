@@ -2,9 +2,10 @@
 // is busy. It owns the endpoint app "#thread", answers the system's "ping"
 // messages from its key table and system handlers, and every 100 ms takes
 // in and sends out the queued messages of every messaging object of the
-// context (handling them stays with the application's pump). stop() ends
-// the pause between two passes at once, so that a process leaving
-// messaging does not wait out the rest of a pump interval.
+// context (handling them stays with the application's pump). A message
+// reaching the endpoint ends the pause between two passes early, so a ping
+// is answered at once rather than on the next beat; so does stop(), so that
+// a process leaving messaging does not wait out the rest of an interval.
 //
 // One lock (the thread object's) guards the key table and the fields;
 // every pump pass runs under it, so callers wait at most one pass. Handlers
@@ -12,8 +13,7 @@
 #pragma once
 
 #include <atomic>
-#include <condition_variable>
-#include <mutex>
+#include <chrono>
 #include <vector>
 
 #include "MessagingThread.h"
@@ -86,8 +86,10 @@ public:
 
 private:
     bool busyLocked(double now) const;
-    // Waits kPumpMs, or less when stop() is called meanwhile.
-    void pauseBetweenPasses();
+    // Waits until kPumpMs after passStarted, or less when something reaches
+    // the endpoint (then true) or stop() is called meanwhile. holdOff: the
+    // last early wake brought nothing, so the next one must not come at once.
+    bool pauseBetweenPasses(std::chrono::steady_clock::time_point passStarted, bool holdOff);
     void handleIncoming();
 
     std::atomic<bool> m_stop{false};
@@ -101,8 +103,11 @@ private:
     std::vector<PingData*> m_keys;
     double m_averagePumpMs = 0;
     double m_lastPumpMs = 0;
-    std::mutex m_pauseMutex;
-    std::condition_variable m_pauseWake;
+    // Written by stop() to end the pause; -1 when it could not be made, and
+    // then stop() waits out the pause.
+    int m_wakeFd = -1;
+    // Whether the last pass took a whole message in at the endpoint.
+    bool m_passTookIn = false;
 };
 
 } // namespace ScObjects

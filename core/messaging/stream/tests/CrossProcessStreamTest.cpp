@@ -116,6 +116,51 @@ TEST_F(StreamTest, LaunchedChildDoesNotKeepItsParentsName)
     EXPECT_TRUE(InterAppStream("parent", false).isGood());
 }
 
+TEST_F(StreamTest, WaitEndsWhenAPeerDeliversAndTakesNothingIn)
+{
+    InterAppStream inbox("inbox", false);
+    ASSERT_TRUE(inbox.isGood());
+    auto start = Clock::now();
+    EXPECT_FALSE(inbox.waitForActivity(60));
+    EXPECT_GE(elapsedMs(start), 50) << "nothing came: the whole wait";
+
+    // The peer's send blocks until we take its blob in, so the wait has to
+    // end on its arrival, not on its own time.
+    PeerProcess peer({"send", "inbox", "100"});
+    start = Clock::now();
+    ASSERT_TRUE(inbox.waitForActivity(10000));
+    EXPECT_LT(elapsedMs(start), 5000);
+    EXPECT_TRUE(inbox.isEmpty()) << "waiting takes nothing in";
+    EXPECT_EQ(drain(inbox, 100, std::chrono::seconds(5)), streamPattern(100));
+    EXPECT_EQ(peer.readLine(), "ok");
+
+    std::vector<pollfd> fds;
+    inbox.appendWaitDescriptors(fds);
+    EXPECT_EQ(fds.size(), 1u) << "an idle endpoint: its listening socket only";
+    InterAppStream taken("inbox", false);
+    ASSERT_FALSE(taken.isGood());
+    fds.clear();
+    taken.appendWaitDescriptors(fds);
+    EXPECT_TRUE(fds.empty()) << "a stream that is not good has nothing to wait on";
+    EXPECT_FALSE(taken.waitForActivity(0));
+}
+
+TEST_F(StreamTest, NameProbeSeesLiveOwnersOnlyAndMakesNoEndpoint)
+{
+    PeerProcess owner({"hold", "owned"});
+    ASSERT_EQ(owner.readLine(), "owned");
+    InterAppStream mine("mine", false);
+    EXPECT_FALSE(InterAppStream::nameIsFree("owned"));
+    EXPECT_FALSE(InterAppStream::nameIsFree("mine"));
+    EXPECT_FALSE(mine.canOpen("mine", false));
+    EXPECT_TRUE(InterAppStream::nameIsFree("free"));
+    struct stat info;
+    EXPECT_NE(::lstat(socketPath("free").c_str(), &info), 0) << "asking makes no socket";
+    owner.killHard();
+    owner.wait();
+    EXPECT_TRUE(InterAppStream::nameIsFree("owned")) << "the lock went with its owner";
+}
+
 TEST_F(StreamTest, SendToNameNobodyHoldsFailsAtOnce)
 {
     InterAppStream sender("sender", false);
