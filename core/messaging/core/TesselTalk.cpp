@@ -120,6 +120,10 @@ int TesselTalk::InitTerm::exit()
         delete context;
     else
         context->setOwnedByInstances(true);
+    // A nested context has ended; the one it displaced still uses what the
+    // process set up.
+    if (TesselTalkContext::peekCurrentContext())
+        return 0;
     ScObjects::Thread::InitTerm::exit();
     TesselTalkData::MessageGlobals::release();
     TesselTalkData::removeCoreServices();
@@ -251,6 +255,49 @@ TesselTalk* TesselTalk::get(const char* appName, TesselTalkContext* context)
     if (!context)
         context = TesselTalkContext::getCurrentContext();
     return context && appName ? context->findInstance(SoString(appName)) : nullptr;
+}
+
+void TesselTalk::set(TesselTalk* object, TesselTalkContext* context)
+{
+    if (!context)
+        context = TesselTalkContext::getCurrentContext();
+    if (!object || !context)
+        return;
+    if (object->getContext() != context)
+        object->setContext(context);
+    context->setMainInstance(object);
+}
+
+SoString TesselTalk::getConnectorConfig(const SoString& spec)
+{
+    TesselTalkConnector* connector = TesselTalkConnector::get();
+    return connector ? connector->getConnectorConfig(spec) : SoString();
+}
+
+bool TesselTalk::updateConnectorCache()
+{
+    TesselTalkConnector* connector = TesselTalkConnector::get();
+    if (!connector)
+        return false;
+    connector->updateCache(true);
+    return true;
+}
+
+SoString TesselTalk::getLaunchOptions()
+{
+    return Thread::getPingValue("LAUNCHPARAMS");
+}
+
+bool TesselTalk::suppressStartupScreen()
+{
+    return std::strstr(getLaunchOptions().c_str(), "-nostartupscreen") != nullptr;
+}
+
+SoString TesselTalk::getSharedAppName()
+{
+    TesselTalkContext* shared = TesselTalkContext::getSharedContext();
+    TesselTalk* main = shared ? shared->getMainInstance() : nullptr;
+    return main ? main->getAppName() : SoString();
 }
 
 MsgHandler* TesselTalk::findHandler(const char* type, unsigned long serial) const

@@ -129,6 +129,9 @@ public:
     // The main object of context (null: the current one), or the one named.
     static TesselTalk* get(TesselTalkContext* context);
     static TesselTalk* get(const char* appName, TesselTalkContext* context);
+    // Makes object the main object of context (null: the current one),
+    // joining it to that context first when it belongs to none or another.
+    static void set(TesselTalk* object, TesselTalkContext* context = nullptr);
     TesselTalkContext* getContext() const;
     void setContext(TesselTalkContext* context);
     SoString getAppName() const;
@@ -138,6 +141,21 @@ public:
 
     TesselTalkData::MessageQueue& incomingQueue() { return m_in; }
     TesselTalkData::MessageQueue& outgoingQueue() { return m_out; }
+
+    // Our readings of the forwarding functions whose behaviour is open:
+    // each passes to the registry or the messaging thread and answers empty
+    // or false without them.
+    //
+    // The configuration text of spec's registry record (or "groups").
+    static SoString getConnectorConfig(const SoString& spec);
+    // Reads the registry again now, not at the next refresh.
+    static bool updateConnectorCache();
+    // The launch parameters this process was started with.
+    static SoString getLaunchOptions();
+    // Whether the launcher asked for no start-up screen.
+    static bool suppressStartupScreen();
+    // The application name of the shared context's main object.
+    static SoString getSharedAppName();
 
     // The whole process's diagnostics text.
     static SoString getDiagnostics();

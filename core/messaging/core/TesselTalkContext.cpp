@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <mutex>
+#include <vector>
 #include <cstdio>
 
 #include "MessagingThread.h"
@@ -19,6 +21,15 @@ namespace {
 
 std::atomic<TesselTalkContext*> gCurrent{nullptr};
 std::atomic<TesselTalkContext*> gShared{nullptr};
+// Contexts made current while another was: the one each displaced, latest
+// last. Clearing the current context brings the one it displaced back.
+std::mutex gDisplacedMutex;
+std::vector<TesselTalkContext*> gDisplaced;
+
+void forgetDisplaced(TesselTalkContext* context)
+{
+    gDisplaced.erase(std::remove(gDisplaced.begin(), gDisplaced.end(), context), gDisplaced.end());
+}
 std::atomic<MessagingThread::Factory> gThreadFactory{nullptr};
 
 } // namespace
@@ -46,9 +57,16 @@ TesselTalkContext::TesselTalkContext(const SoString& appSpec)
 TesselTalkContext::~TesselTalkContext()
 {
     stopThread();
+    {
+        std::lock_guard<std::mutex> guard(gDisplacedMutex);
+        forgetDisplaced(this);
+        TesselTalkContext* self = this;
+        if (gCurrent.compare_exchange_strong(self, nullptr) && !gDisplaced.empty()) {
+            gCurrent.store(gDisplaced.back());
+            gDisplaced.pop_back();
+        }
+    }
     TesselTalkContext* self = this;
-    gCurrent.compare_exchange_strong(self, nullptr);
-    self = this;
     gShared.compare_exchange_strong(self, nullptr);
 }
 
@@ -80,6 +98,16 @@ TesselTalkContext* TesselTalkContext::peekCurrentContext()
 
 void TesselTalkContext::setCurrentContext(TesselTalkContext* context)
 {
+    std::lock_guard<std::mutex> guard(gDisplacedMutex);
+    TesselTalkContext* current = gCurrent.load();
+    if (!context) {
+        context = gDisplaced.empty() ? nullptr : gDisplaced.back();
+        if (context)
+            gDisplaced.pop_back();
+    } else if (current && current != context) {
+        forgetDisplaced(context);
+        gDisplaced.push_back(current);
+    }
     gCurrent.store(context);
 }
 

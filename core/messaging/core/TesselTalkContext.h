@@ -34,6 +34,8 @@ public:
 
     // The current context; waits for a running setup thread first.
     static TesselTalkContext* getCurrentContext();
+    // Contexts nest: a context made current while another is displaces it,
+    // and clearing (null) brings the displaced one back.
     static void setCurrentContext(TesselTalkContext* context);
     // The current context without waiting for the setup.
     static TesselTalkContext* peekCurrentContext();

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "TesselTalk.h"
+#include "TesselTalkConnector.h"
 #include "TesselTalkContext.h"
 #include "TesselTalkSetupThread.h"
 #include "TesselTalkUtils.h"
@@ -263,6 +264,55 @@ TEST_F(TesselTalkCore, SetupRunsOnceAndReportsItsTimes)
     const std::string async = TesselTalkSetupThread::setupTimeText().c_str();
     EXPECT_TRUE(async.find("left=") != std::string::npos || async.find("lost=") != std::string::npos) << async;
     EXPECT_EQ(Messaging::InitTerm::init(SoString(""), true), 0);
+}
+
+TEST_F(TesselTalkCore, NestedContextEndsAndTheOuterOneGoesOn)
+{
+    TesselTalkContext* outer = TesselTalkContext::getCurrentContext();
+    ASSERT_TRUE(TesselTalkSetupThread::runSetup(SoString("ttinner-1.0")).isEmpty());
+    TesselTalkContext* inner = TesselTalkContext::getCurrentContext();
+    ASSERT_NE(inner, outer);
+    EXPECT_EQ(Messaging::InitTerm::exit(), 0) << "only the nested context ends";
+    EXPECT_EQ(TesselTalkContext::getCurrentContext(), outer);
+
+    // What the process set up is still there for the outer context.
+    Message toSelf;
+    toSelf.setTarget("ttsender-1.0");
+    toSelf.setType("Note");
+    toSelf.setBody("still here");
+    EXPECT_TRUE(m_main->send(toSelf, false, 0, nullptr));
+    pumpAll();
+    EXPECT_NE(answer(TesselTalk::MsgHandler::kUser), nullptr);
+
+    // A nested context deleted while current gives the place back too.
+    ASSERT_TRUE(TesselTalkSetupThread::runSetup(SoString("ttinner-1.0")).isEmpty());
+    delete TesselTalkContext::getCurrentContext();
+    EXPECT_EQ(TesselTalkContext::getCurrentContext(), outer);
+}
+
+TEST_F(TesselTalkCore, MainObjectIsSetAndForwardersAnswerFromTheRegistry)
+{
+    m_other = new Messaging("ttother-1.0", new Recording(&m_answers), false);
+    EXPECT_EQ(Messaging::get(nullptr), m_main);
+    EXPECT_EQ(Messaging::getSharedAppName(), "ttsender-1.0");
+    Messaging::set(m_other);
+    EXPECT_EQ(Messaging::get(nullptr), m_other);
+    EXPECT_EQ(Messaging::getSharedAppName(), "ttother-1.0");
+    Messaging::set(m_main);
+    EXPECT_EQ(Messaging::get(nullptr), m_main);
+
+    // Without a messaging thread nobody handed us launch parameters.
+    EXPECT_TRUE(Messaging::getLaunchOptions().isEmpty());
+    EXPECT_FALSE(Messaging::suppressStartupScreen());
+
+    TesselTalkConnector* connector = TesselTalkConnector::get();
+    ASSERT_NE(connector, nullptr);
+    const std::string unknown = Messaging::getConnectorConfig(SoString("ttforward-2.0")).c_str();
+    EXPECT_EQ(unknown.find("ttforward"), std::string::npos) << unknown;
+    ASSERT_TRUE(connector->registerApplication(TesselTalk::Specifier("ttforward-2.0", false), "/opt/ttforward", "Forward", true));
+    EXPECT_TRUE(Messaging::updateConnectorCache());
+    const std::string known = Messaging::getConnectorConfig(SoString("ttforward-2.0")).c_str();
+    EXPECT_NE(known.find("ttforward"), std::string::npos) << known;
 }
 
 TEST(TesselTalkSetup, UnusableSpecifierIsRefused)

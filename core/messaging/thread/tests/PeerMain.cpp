@@ -73,10 +73,12 @@ public:
 int serve(const char* spec)
 {
     TesselTalk::TesselTalk::InitTerm::init(SoString(spec), true);
-    const SoString params = TesselTalk::TesselTalk::Thread::getPingValue("LAUNCHPARAMS");
+    const SoString params = TesselTalk::TesselTalk::getLaunchOptions();
     record("started " + std::to_string(getpid()));
     if (!params.isEmpty())
         record("params " + std::string(params.c_str()));
+    if (TesselTalk::TesselTalk::suppressStartupScreen())
+        record("no start-up screen");
     auto* tt = new TesselTalk::TesselTalk(spec, new Server, true);
     record("ready " + std::string(tt->getAppName().c_str()));
     while (!gQuit) {

@@ -155,6 +155,7 @@ TEST_F(TwoProcess, SendLaunchesRegisteredTargetWithItsParameters)
     EXPECT_TRUE(waitForLine(out, "handled hello"));
     EXPECT_EQ(countLines(out, "started "), 1);
     EXPECT_EQ(countLines(out, "params -specifier ttlaunch-1.0 -nostartupscreen"), 1);
+    EXPECT_EQ(countLines(out, "no start-up screen"), 1);
     EXPECT_TRUE(pumpUntil([] { return Messaging::Thread::getPingValue("LAUNCHPARAMS:ttlaunch-1.0").isEmpty(); }))
         << "the confirmation clears the launch key";
     if (HasFailure()) {
