@@ -135,7 +135,10 @@ int awaitDelivery(Messaging& tt, const Message& message, std::vector<Message>& a
 {
     const unsigned long until = TesselTalkUtils::getTimeSeconds() + static_cast<unsigned long>(wait ? wait : 10);
     for (;;) {
-        Messaging::pump(Messaging::kBoth);
+        // One message at a time rather than a whole pump, so that we leave
+        // as soon as the answer is in, not after taking in what follows it.
+        const bool handled = tt.processIncomingMessage(TesselTalk::kNoSerial, true);
+        tt.processOutgoingMessage();
         for (const Message& answer : answers) {
             if (answer.getSerialNumber() != message.getSerialNumber())
                 continue;
@@ -157,7 +160,8 @@ int awaitDelivery(Messaging& tt, const Message& message, std::vector<Message>& a
             return fail(kTimedOut, "no answer from " + std::string(message.getTarget().c_str()) + " within "
                 + std::to_string(wait) + " s");
         }
-        tt.waitForIncoming(kPumpWaitMs);
+        if (!handled)
+            tt.waitForIncoming(kPumpWaitMs);
     }
 }
 
