@@ -49,6 +49,16 @@ bool BrowserTalk::start()
     // The messaging object owns the handler from here on.
     m_talk = new Talk::TesselTalk(kSpecifier, new Handler(*this), true);
     m_pump.start();
+    // The first descriptor is the endpoint's listening socket, which stays
+    // for the object's life; a blob still on its way is waited for by the
+    // pump itself.
+    std::vector<pollfd> descriptors;
+    m_talk->appendWaitDescriptors(descriptors);
+    if (!descriptors.empty()) {
+        m_arrivals.reset(new QSocketNotifier(descriptors.front().fd, QSocketNotifier::Read));
+        connect(m_arrivals.get(), &QSocketNotifier::activated, this,
+            [] { Talk::TesselTalk::pump(Talk::TesselTalk::kBoth); });
+    }
     return true;
 }
 
@@ -57,6 +67,7 @@ void BrowserTalk::stop()
     if (!m_talk)
         return;
     m_pump.stop();
+    m_arrivals.reset();
     delete m_talk;
     m_talk = nullptr;
     Talk::TesselTalk::InitTerm::exit();

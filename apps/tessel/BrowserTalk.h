@@ -14,8 +14,11 @@
 #pragma once
 
 #include <QObject>
+#include <QSocketNotifier>
 #include <QString>
 #include <QTimer>
+
+#include <memory>
 
 #include <functional>
 
@@ -41,8 +44,9 @@ public:
     ~BrowserTalk() override;
 
     // Sets up messaging (taking any launch parameters offered to this
-    // process) and starts pumping. False when the endpoint could not be
-    // set up; nothing is served then.
+    // process) and starts pumping: on every timer tick, and at once when a
+    // sender reaches our endpoint (its send waits until we take it in).
+    // False when the endpoint could not be set up; nothing is served then.
     bool start();
     void stop();
 
@@ -57,5 +61,6 @@ private:
 
     ScriptHost& m_host;
     QTimer m_pump;
+    std::unique_ptr<QSocketNotifier> m_arrivals;
     ScObjects::TesselTalk::TesselTalk* m_talk = nullptr;
 };

@@ -7,9 +7,9 @@
 //
 // Everything runs in a temporary folder (on /dev/shm where there is one):
 // the HOME and XDG folders of the TesselTalk peer and a dbus-daemon
-// listening on a Unix socket there. The
-// two sides take turns round by round. Prints min/median/max of each and the
-// ratios TesselTalk / bus.
+// listening on a Unix socket there. Both echo peers wait on their
+// connection between messages. The two sides take turns going first, round
+// by round. Prints min/median/max of each and the ratios TesselTalk / bus.
 //
 //   bus_compare_bench [ROUNDS]      (default 30)
 //
