@@ -1,5 +1,7 @@
 #include "BrowserTalk.h"
 
+#include <algorithm>
+
 #include "ScriptHost.h"
 
 #include "TesselTalk.h"
@@ -49,14 +51,15 @@ bool BrowserTalk::start()
     // The messaging object owns the handler from here on.
     m_talk = new Talk::TesselTalk(kSpecifier, new Handler(*this), true);
     m_pump.start();
-    // The first descriptor is the endpoint's listening socket, which stays
-    // for the object's life; a blob still on its way is waited for by the
-    // pump itself.
+    // The first two descriptors last as long as the object: the signal of
+    // messages the messaging thread took in for us, and the endpoint's
+    // listening socket. A blob still on its way is waited for by the pump.
     std::vector<pollfd> descriptors;
     m_talk->appendWaitDescriptors(descriptors);
-    if (!descriptors.empty()) {
-        m_arrivals.reset(new QSocketNotifier(descriptors.front().fd, QSocketNotifier::Read));
-        connect(m_arrivals.get(), &QSocketNotifier::activated, this,
+    descriptors.resize(std::min<std::size_t>(descriptors.size(), 2));
+    for (const pollfd& descriptor : descriptors) {
+        m_arrivals.emplace_back(new QSocketNotifier(descriptor.fd, QSocketNotifier::Read));
+        connect(m_arrivals.back().get(), &QSocketNotifier::activated, this,
             [] { Talk::TesselTalk::pump(Talk::TesselTalk::kBoth); });
     }
     return true;
@@ -67,7 +70,7 @@ void BrowserTalk::stop()
     if (!m_talk)
         return;
     m_pump.stop();
-    m_arrivals.reset();
+    m_arrivals.clear();
     delete m_talk;
     m_talk = nullptr;
     Talk::TesselTalk::InitTerm::exit();

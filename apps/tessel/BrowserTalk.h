@@ -19,6 +19,7 @@
 #include <QTimer>
 
 #include <memory>
+#include <vector>
 
 #include <functional>
 
@@ -61,6 +62,6 @@ private:
 
     ScriptHost& m_host;
     QTimer m_pump;
-    std::unique_ptr<QSocketNotifier> m_arrivals;
+    std::vector<std::unique_ptr<QSocketNotifier>> m_arrivals;
     ScObjects::TesselTalk::TesselTalk* m_talk = nullptr;
 };

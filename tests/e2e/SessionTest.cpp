@@ -240,6 +240,9 @@ TEST_F(DownloadSession, RunningBrowserIsSentTheShortScriptAndNothingIsLaunched)
 TEST_F(DownloadSession, BusyBrowserGetsTheScriptOnceItPumpsAgain)
 {
     startBrowser();
+    // Busy is measured against the average pump interval: give the browser
+    // a few pumps to have one before it stalls.
+    QThread::msleep(300);
     QProcess stall;
     stall.setProcessEnvironment(env);
     stall.start(kStage + QStringLiteral("/bin/tt"),

@@ -1,6 +1,11 @@
 #include "TesselTalk.h"
 
+#include <errno.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
@@ -153,6 +158,7 @@ TesselTalk::TesselTalk(const char* appSpec, MsgHandler* handler, bool isMain, Te
             spec = completedFrom(spec, own);
     }
     m_appName = spec;
+    m_arrivalFd = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     m_stream = TesselTalkUtils::createNextAvailableInterAppStream(m_appName);
     if (m_stream && m_stream->name() != m_appName)
         m_appName = m_stream->name();
@@ -180,6 +186,8 @@ TesselTalk::~TesselTalk()
         delete handler;
     m_handlers.clear();
     delete m_stream;
+    if (m_arrivalFd >= 0)
+        ::close(m_arrivalFd);
     if (context && context->isOwnedByInstances() && context->getNumberOfInstances() == 0) {
         if (m_ranInit && TesselTalkContext::peekCurrentContext() == context)
             InitTerm::exit();
@@ -390,17 +398,36 @@ bool TesselTalk::waitForIncoming(unsigned int ms) const
 {
     if (!m_in.isEmpty())
         return true;
-    if (!m_stream) {
+    std::vector<pollfd> fds;
+    appendWaitDescriptors(fds);
+    if (fds.empty()) {
         TesselTalkUtils::sleep(ms);
         return false;
     }
-    return m_stream->waitForActivity(int(ms));
+    int ready;
+    do {
+        ready = ::poll(fds.data(), fds.size(), int(ms));
+    } while (ready < 0 && errno == EINTR);
+    return ready > 0;
 }
 
 void TesselTalk::appendWaitDescriptors(std::vector<pollfd>& out) const
 {
+    if (m_arrivalFd >= 0)
+        out.push_back(pollfd{m_arrivalFd, POLLIN, 0});
     if (m_stream)
         m_stream->appendWaitDescriptors(out);
+}
+
+bool TesselTalk::queueIncoming(Message* message)
+{
+    if (!m_in.append(message))
+        return false;
+    if (m_arrivalFd >= 0) {
+        const std::uint64_t one = 1;
+        [[maybe_unused]] const ssize_t written = ::write(m_arrivalFd, &one, sizeof one);
+    }
+    return true;
 }
 
 MessagingThread* TesselTalk::Thread::get()

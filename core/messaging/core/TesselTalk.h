@@ -97,11 +97,13 @@ public:
 
     // Our extension, for loops that would otherwise sleep between pumps: a
     // peer's send to us stays blocked until we take its message in.
-    // Waits at most ms for something to reach this object's endpoint; true
-    // when something did (or already waited).
+    // Waits at most ms for something to reach this object's endpoint or its
+    // incoming queue; true when something did (or already waited).
     bool waitForIncoming(unsigned int ms) const;
-    // The descriptors that become readable when something reaches the
-    // endpoint, for a caller that waits on several things at once.
+    // The descriptors that become readable when that happens, for a caller
+    // that waits on several things at once (an event loop). The first two
+    // last as long as the object: the queue's signal, cleared by the next
+    // pump, and the endpoint's listening socket.
     void appendWaitDescriptors(std::vector<pollfd>& out) const;
 
     // Whether the completed specifier runs.
@@ -168,6 +170,8 @@ private:
     bool waitUntilRunning(const Message& message) const;
     bool handle(Message* message);
     void takeInFromStream();
+    // Appends message to the incoming queue and tells a waiting pump.
+    bool queueIncoming(Message* message);
 
     SoString m_appName;
     std::vector<MsgHandler*> m_handlers;
@@ -179,6 +183,10 @@ private:
     SoLockable m_readLock;
     SoLockable m_sendLock;
     InterAppStream* m_stream = nullptr;
+    // Set whenever a message joins the incoming queue, cleared by the pump:
+    // the messaging thread takes messages in too, and a waiting pump must
+    // not sleep through them. -1 when it could not be made.
+    int m_arrivalFd = -1;
     TesselTalkContext* m_context = nullptr;
     bool m_ranInit = false;
 };

@@ -1,7 +1,10 @@
 // Pumping: incoming messages to their handlers, outgoing ones to their
 // targets.
+#include <unistd.h>
+
 #include <algorithm>
 #include <atomic>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -11,6 +14,10 @@
 #include "MessagingThread.h"
 #include "QueueServices.h"
 #include "TesselTalk.h"
+
+#include <unistd.h>
+
+#include <cstdint>
 #include "TesselTalkConnector.h"
 #include "TesselTalkContext.h"
 #include "TesselTalkPing.h"
@@ -155,7 +162,7 @@ void TesselTalk::takeInFromStream()
             if (contains(message->getResponseRequest(), kTypeReceived))
                 acknowledge.push_back(*message);
             log(context, "RECEIVE", *message);
-            if (m_in.append(message.get()))
+            if (queueIncoming(message.get()))
                 message.release();
         }
     }
@@ -166,6 +173,11 @@ void TesselTalk::takeInFromStream()
 
 bool TesselTalk::processIncomingMessage(unsigned long serial, bool process)
 {
+    if (process && m_arrivalFd >= 0) {
+        // What the signal announced is handled now or on a later call.
+        std::uint64_t count;
+        [[maybe_unused]] const ssize_t read = ::read(m_arrivalFd, &count, sizeof count);
+    }
     m_in.removeExpiredMessages();
     takeInFromStream();
     if (!process)

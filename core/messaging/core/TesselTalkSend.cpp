@@ -133,11 +133,11 @@ bool TesselTalk::deliverInProcess(Message& message)
         ack->setTimeout(0);
         ack->setReceivedSerial(message.getSerialNumber());
         ack->setSerialNumber(message.getSerialNumber());
-        if (!(sender ? sender : this)->m_in.append(ack))
+        if (!(sender ? sender : this)->queueIncoming(ack))
             delete ack;
     }
     Message* copy = new Message(message);
-    if (!target->m_in.append(copy)) {
+    if (!target->queueIncoming(copy)) {
         delete copy;
         return false;
     }
