@@ -27,7 +27,7 @@ std::string endpointBaseName(const std::string& directory, const std::string& po
 
 struct EndpointPaths {
     std::string socket; // <dir>/<base>.sock, where the owner listens
-    std::string lock;   // <dir>/<base>.lock, flock'ed by the owner, never removed
+    std::string lock;   // <dir>/<base>.lock, flock'ed by the owner, removed by it on release
     std::string directory;
 };
 

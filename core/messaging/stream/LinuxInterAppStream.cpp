@@ -5,6 +5,7 @@
 #include <poll.h>
 #include <sys/file.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -96,32 +97,53 @@ char* LinuxInterAppStream::DataRef::release()
     return data;
 }
 
+namespace {
+
+// The lock that makes its holder the owner of a name; -1 when somebody else
+// holds it or it cannot be had. Owners remove the lock file when they let
+// the name go, so that names used once (a process number in them) do not
+// pile up: a lock taken on a file that was removed meanwhile is no lock on
+// the name, and we try again with the file now at the path.
+int takeNameLock(const std::string& lockPath)
+{
+    for (int attempt = 0; attempt < 8; ++attempt) {
+        const int fd = ::open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+        if (fd < 0)
+            return -1;
+        // A held lock means a live owner.
+        if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
+            ::close(fd);
+            return -1;
+        }
+        struct stat held;
+        struct stat atPath;
+        if (::fstat(fd, &held) == 0 && ::lstat(lockPath.c_str(), &atPath) == 0 && held.st_dev == atPath.st_dev
+            && held.st_ino == atPath.st_ino)
+            return fd;
+        ::close(fd);
+    }
+    return -1;
+}
+
+// Lets the name go: the file is removed while still locked, so nobody can
+// have taken it in between.
+void releaseNameLock(int fd, const std::string& lockPath)
+{
+    ::unlink(lockPath.c_str());
+    ::close(fd);
+}
+
+} // namespace
+
 LinuxInterAppStream::LinuxInterAppStream(const SoString& name, bool flag)
     : BaseInterAppStream(name, flag, kPortPrefix)
 {
     if (!open()) {
         if (m_lockFd >= 0)
-            ::close(m_lockFd);
+            releaseNameLock(m_lockFd, m_lockPath.c_str());
         m_lockFd = -1;
     }
 }
-
-namespace {
-
-// The lock that makes its holder the owner of a name; -1 when somebody else
-// holds it or it cannot be had.
-int takeNameLock(const std::string& lockPath)
-{
-    const int fd = ::open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
-    // A held lock means a live owner.
-    if (fd >= 0 && ::flock(fd, LOCK_EX | LOCK_NB) != 0) {
-        ::close(fd);
-        return -1;
-    }
-    return fd;
-}
-
-} // namespace
 
 bool LinuxInterAppStream::canOpen(const SoString& name, bool) const
 {
@@ -140,7 +162,7 @@ bool LinuxInterAppStream::nameIsFree(const SoString& name)
     const int fd = takeNameLock(paths.lock);
     if (fd < 0)
         return false;
-    ::close(fd);
+    releaseNameLock(fd, paths.lock);
     return true;
 }
 
@@ -153,6 +175,7 @@ bool LinuxInterAppStream::open()
     m_lockFd = takeNameLock(paths.lock);
     if (m_lockFd < 0)
         return false;
+    m_lockPath = paths.lock.c_str();
     m_listenFd = listenAt(paths.directory, paths.socket);
     if (m_listenFd < 0)
         return false;
@@ -170,7 +193,7 @@ LinuxInterAppStream::~LinuxInterAppStream()
         ::close(m_listenFd);
     }
     if (m_lockFd >= 0)
-        ::close(m_lockFd);
+        releaseNameLock(m_lockFd, m_lockPath.c_str());
 }
 
 bool LinuxInterAppStream::isGood() const

@@ -4,7 +4,8 @@
 // Holding a name is an exclusive flock on <name>.lock (close-on-exec, so
 // launched children do not inherit it); the kernel drops it when the owner
 // dies, which frees the name at once and lets the next owner replace the
-// stale socket. A send is one connection per blob with a length header and
+// stale socket. An owner that lets go removes its lock file while still
+// holding it, and a lock counts only on the file that is at the path. A send is one connection per blob with a length header and
 // a one-byte acknowledgement, all within kSendTimeout. The receiver accepts
 // only its own user's peers (SO_PEERCRED), caps the length before
 // allocating, and gives each connection a deadline, so that a stalled or
@@ -93,6 +94,7 @@ private:
     int m_listenFd = -1;
     int m_lockFd = -1;
     ScObjects::SoString m_socketPath;
+    ScObjects::SoString m_lockPath;
     mutable ScObjects::SoVector<DataRef> m_queue;
     ScObjects::SoLockable m_sendLock;
     mutable std::vector<std::unique_ptr<StreamTransport::BlobConnection>> m_connections;

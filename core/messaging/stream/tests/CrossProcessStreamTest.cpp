@@ -21,6 +21,14 @@ std::string socketPath(const std::string& name)
     return paths.socket;
 }
 
+bool lockFileExists(const std::string& name)
+{
+    StreamTransport::EndpointPaths paths;
+    EXPECT_TRUE(StreamTransport::endpointPaths("\\\\.\\port\\Quay_and_Mole_" + name, paths));
+    struct stat info;
+    return ::lstat(paths.lock.c_str(), &info) == 0;
+}
+
 // Keeps a stream served from a second thread for as long as it lives, and
 // records the longest single messagePending call.
 class Poller {
@@ -156,9 +164,16 @@ TEST_F(StreamTest, NameProbeSeesLiveOwnersOnlyAndMakesNoEndpoint)
     EXPECT_TRUE(InterAppStream::nameIsFree("free"));
     struct stat info;
     EXPECT_NE(::lstat(socketPath("free").c_str(), &info), 0) << "asking makes no socket";
+    EXPECT_FALSE(lockFileExists("free")) << "nor a lock file";
     owner.killHard();
     owner.wait();
+    EXPECT_TRUE(lockFileExists("owned")) << "a killed owner cannot clean up";
     EXPECT_TRUE(InterAppStream::nameIsFree("owned")) << "the lock went with its owner";
+
+    // Names used once, as a process number makes them, leave nothing behind.
+    { InterAppStream once("once_4242", false); ASSERT_TRUE(once.isGood()); EXPECT_TRUE(lockFileExists("once_4242")); }
+    EXPECT_FALSE(lockFileExists("once_4242"));
+    EXPECT_FALSE(lockFileExists("owned")) << "the probe took the stale lock and let it go";
 }
 
 TEST_F(StreamTest, SendToNameNobodyHoldsFailsAtOnce)
