@@ -23,9 +23,6 @@ using namespace ScObjects;
 using TesselTalk::Message;
 using Messaging = TesselTalk::TesselTalk;
 
-#include <time.h>
-static long long nowNs(){ timespec t; clock_gettime(CLOCK_MONOTONIC,&t); return t.tv_sec*1000000000LL+t.tv_nsec; }
-static void mark(const char* w){ const char* t0=getenv("TT_T0"); if(t0) fprintf(stderr,"%s %lld\n", w, (nowNs()-atoll(t0))/1000); }
 namespace {
 
 // Exit statuses.
@@ -193,13 +190,10 @@ int send(const std::vector<std::string>& args)
     }
     if (words.size() != 2)
         return fail(kUsage, "send needs SPEC and TEXT");
-    mark("main");
     if (!start(launch))
         return fail(kFailed, "cannot set up messaging");
-    mark("init");
     std::vector<Message> answers;
     auto* tt = new Messaging(ownSpecifier().c_str(), new Printer(&answers), true);
-    mark("object");
     Message message;
     message.setTarget(words[0].c_str());
     message.setType(type.c_str());
@@ -216,13 +210,10 @@ int send(const std::vector<std::string>& args)
         else
             status = fail(kFailed, "could not send to " + words[0]);
     } else {
-        mark("sent");
         status = awaitDelivery(*tt, message, answers, wait);
-        mark("answered");
     }
     delete tt;
     Messaging::InitTerm::exit();
-    mark("exit");
     return status;
 }
 
@@ -327,6 +318,8 @@ int config(const std::vector<std::string>& args)
 
 int main(int argc, char** argv)
 {
+    // A run is a few milliseconds: libcrypto's clean-up at exit would cost
+    // as much as the exchange itself, and the process's end frees it all.
     OPENSSL_init_crypto(OPENSSL_INIT_NO_ATEXIT, nullptr);
     if (argc < 2)
         return usage(stderr, kUsage);
