@@ -1,5 +1,4 @@
 // tt: the messaging system from the command line.
-#include <openssl/crypto.h>
 #include <signal.h>
 #include <unistd.h>
 
@@ -318,9 +317,6 @@ int config(const std::vector<std::string>& args)
 
 int main(int argc, char** argv)
 {
-    // A run is a few milliseconds: libcrypto's clean-up at exit would cost
-    // as much as the exchange itself, and the process's end frees it all.
-    OPENSSL_init_crypto(OPENSSL_INIT_NO_ATEXIT, nullptr);
     if (argc < 2)
         return usage(stderr, kUsage);
     if (std::strcmp(argv[1], "--help") == 0 || std::strcmp(argv[1], "-h") == 0)
