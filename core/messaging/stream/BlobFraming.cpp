@@ -27,7 +27,8 @@ int remainingMs(Clock::time_point deadline)
     return int(left) + 1;
 }
 
-// Waits until fd is ready for events; false on the deadline or an error.
+} // namespace
+
 bool waitFor(int fd, short events, Clock::time_point deadline)
 {
     for (;;) {
@@ -42,8 +43,6 @@ bool waitFor(int fd, short events, Clock::time_point deadline)
             return false;
     }
 }
-
-} // namespace
 
 void encodeHeader(std::uint64_t length, unsigned char out[kHeaderSize])
 {
@@ -87,7 +86,7 @@ int connectEndpoint(const char* path, Clock::time_point deadline)
     }
 }
 
-bool writeBlob(int fd, const char* data, std::size_t length, Clock::time_point deadline)
+bool writeBlob(int fd, const char* data, std::size_t length, Clock::time_point deadline, const Waiter& wait)
 {
     unsigned char header[kHeaderSize];
     encodeHeader(length, header);
@@ -102,7 +101,7 @@ bool writeBlob(int fd, const char* data, std::size_t length, Clock::time_point d
         if (n < 0) {
             if (errno == EINTR)
                 continue;
-            if (errno != EAGAIN || !waitFor(fd, POLLOUT, deadline))
+            if (errno != EAGAIN || !wait(fd, POLLOUT, deadline))
                 return false;
             continue;
         }
@@ -119,7 +118,7 @@ bool writeBlob(int fd, const char* data, std::size_t length, Clock::time_point d
     }
     for (;;) {
         // The answer cannot be there yet: wait first, read once.
-        if (!waitFor(fd, POLLIN, deadline))
+        if (!wait(fd, POLLIN, deadline))
             return false;
         unsigned char answer = 0;
         const ssize_t n = ::recv(fd, &answer, 1, MSG_DONTWAIT);

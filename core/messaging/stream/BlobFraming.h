@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 
 namespace StreamTransport {
 
@@ -29,10 +30,18 @@ bool decodeHeader(const unsigned char in[kHeaderSize], std::uint64_t& length);
 // backlog is retried until the deadline. -1 when nobody listens there (no
 // socket, refused, not permitted) or the deadline passed.
 int connectEndpoint(const char* path, Clock::time_point deadline);
+// Waits until fd is ready for events; false on the deadline or an error.
+bool waitFor(int fd, short events, Clock::time_point deadline);
+
+// How writeBlob waits whenever the peer is not ready: waitFor, unless the
+// caller has something to do meanwhile.
+using Waiter = std::function<bool(int fd, short events, Clock::time_point deadline)>;
+
 // Writes one framed blob on fd and waits for the acknowledgement; true only
 // when it came before the deadline. Never blocks past the deadline, never
 // raises SIGPIPE, does not close fd.
-bool writeBlob(int fd, const char* data, std::size_t length, Clock::time_point deadline);
+bool writeBlob(int fd, const char* data, std::size_t length, Clock::time_point deadline,
+    const Waiter& wait = waitFor);
 
 // The receiving side of one connection: reads the header and the bytes as
 // they come, without ever blocking, and answers with kAck once the blob is

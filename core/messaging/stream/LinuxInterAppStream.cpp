@@ -223,10 +223,39 @@ bool LinuxInterAppStream::send(const SoString& target, const SoString& data) con
     bool delivered;
     {
         ObjectLock sendLock(m_sendLock);
-        delivered = StreamTransport::writeBlob(fd, data.c_str(), std::size_t(data.length()), deadline);
+        delivered = StreamTransport::writeBlob(fd, data.c_str(), std::size_t(data.length()), deadline,
+            [this](int peer, short events, Clock::time_point until) { return waitServingOurOwn(peer, events, until); });
     }
     ::close(fd);
     return delivered;
+}
+
+bool LinuxInterAppStream::waitServingOurOwn(int peer, short events, Clock::time_point deadline) const
+{
+    // The peer may be sending to us at this very moment and, like us, wait
+    // for its blob to be taken in before it reads ours: take ours in
+    // meanwhile, or two processes sending to each other would both wait out
+    // the whole send bound.
+    for (;;) {
+        std::vector<pollfd> fds{pollfd{peer, events, 0}};
+        appendWaitDescriptors(fds);
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
+        if (left <= 0)
+            return false;
+        const int ready = ::poll(fds.data(), fds.size(), int(left));
+        if (ready < 0 && errno != EINTR)
+            return false;
+        if (ready > 0 && fds[0].revents)
+            return true;
+        if (ready > 0) {
+            ObjectLock lock(this);
+            try {
+                servicePass(0);
+            } catch (const std::bad_alloc&) {
+                // The blob stays with its sender, who tries again.
+            }
+        }
+    }
 }
 
 bool LinuxInterAppStream::servicePass(int waitMs) const

@@ -89,6 +89,8 @@ private:
     // One pass over the listening socket and the open connections, waiting
     // at most waitMs for any of them; whether any byte or peer was taken in.
     bool servicePass(int waitMs) const;
+    // send's wait for its peer, taking in what reaches us meanwhile.
+    bool waitServingOurOwn(int peer, short events, std::chrono::steady_clock::time_point deadline) const;
     int readFromMsgQueue();
 
     int m_listenFd = -1;

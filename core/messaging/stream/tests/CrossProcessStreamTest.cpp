@@ -176,6 +176,21 @@ TEST_F(StreamTest, NameProbeSeesLiveOwnersOnlyAndMakesNoEndpoint)
     EXPECT_FALSE(lockFileExists("owned")) << "the probe took the stale lock and let it go";
 }
 
+TEST_F(StreamTest, TwoSendersToEachOtherBothGetThrough)
+{
+    // Neither side polls its endpoint: each is blocked in its own send,
+    // waiting for the other to take its blob in.
+    InterAppStream mine("crossing", false);
+    ASSERT_TRUE(mine.isGood());
+    PeerProcess peer({"sendhold", "crossing", "1000"});
+    ::usleep(200000);
+    const auto start = Clock::now();
+    EXPECT_TRUE(mine.send("stream-peer", SoString(streamPattern(500).c_str())));
+    EXPECT_LT(elapsedMs(start), 2000) << "not after the whole send bound";
+    EXPECT_EQ(peer.readLine(), "ok");
+    EXPECT_EQ(drain(mine, 1000, std::chrono::seconds(5)), streamPattern(1000)) << "taken in while we sent";
+}
+
 TEST_F(StreamTest, SendToNameNobodyHoldsFailsAtOnce)
 {
     InterAppStream sender("sender", false);

@@ -4,6 +4,9 @@
 //                                       prints the name it got (or "none"),
 //                                       serves senders until stdin closes
 //   stream_peer send <target> <bytes>   sends a patterned blob; prints ok/fail
+//   stream_peer sendhold <target> <bytes>
+//                                       the same from "stream-peer", which it
+//                                       then serves until stdin closes
 //   stream_peer raw <socket> <mode> [--as-nobody]
 //                                       talks to a socket path directly:
 //        valid    a well-formed 64-byte blob
@@ -34,11 +37,9 @@
 
 namespace {
 
-int hold(const char* name)
+// Serves stream until stdin closes.
+int serve(InterAppStream* stream)
 {
-    std::unique_ptr<InterAppStream> stream(ScObjects::TesselTalkUtils::createNextAvailableInterAppStream(name));
-    std::printf("%s\n", stream ? stream->name().c_str() : "none");
-    std::fflush(stdout);
     for (;;) {
         pollfd in{STDIN_FILENO, POLLIN, 0};
         if (::poll(&in, 1, 5) > 0) {
@@ -52,6 +53,24 @@ int hold(const char* name)
             stream->getMessages();
         }
     }
+}
+
+int hold(const char* name)
+{
+    std::unique_ptr<InterAppStream> stream(ScObjects::TesselTalkUtils::createNextAvailableInterAppStream(name));
+    std::printf("%s\n", stream ? stream->name().c_str() : "none");
+    std::fflush(stdout);
+    return serve(stream.get());
+}
+
+// Sends from its own endpoint without polling it, reports, then serves.
+int sendThenHold(const char* target, long bytes)
+{
+    std::unique_ptr<InterAppStream> stream(ScObjects::TesselTalkUtils::createNextAvailableInterAppStream("stream-peer"));
+    const std::string blob = streamPattern(std::size_t(bytes));
+    const bool ok = stream && stream->send(target, ScObjects::SoString(blob.data(), long(blob.size())));
+    std::printf("%s\n", ok ? "ok" : "fail");
+    return serve(stream.get());
 }
 
 int send(const char* target, long bytes)
@@ -118,6 +137,8 @@ int main(int argc, char** argv)
         return hold(argv[2]);
     if (command == "send" && argc == 4)
         return send(argv[2], std::atol(argv[3]));
+    if (command == "sendhold" && argc == 4)
+        return sendThenHold(argv[2], std::atol(argv[3]));
     if (command == "raw" && (argc == 4 || argc == 5)) {
         if (argc == 5 && (std::strcmp(argv[4], "--as-nobody") != 0 || !dropToNobody())) {
             std::printf("cannot drop privileges\n");
