@@ -380,9 +380,9 @@ bool TesselTalkThread::pauseBetweenPasses(std::chrono::steady_clock::time_point 
     if (m_wakeFd >= 0)
         fds.push_back(pollfd{m_wakeFd, POLLIN, 0});
     {
-        // Only our own endpoint: the messaging objects' ones belong to the
-        // application's pump, which waits on them itself; waking for them
-        // here would take their messages from under it.
+        // Only our own endpoint: the application's pump waits on the
+        // messaging objects' ones itself, and waking us for them too would
+        // double every wake-up; our pass still takes them in on the beat.
         ObjectLock guard(this);
         if (m_stream)
             m_stream->appendWaitDescriptors(fds);
