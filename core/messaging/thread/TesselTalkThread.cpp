@@ -279,9 +279,13 @@ void TesselTalkThread::handleIncoming()
     m_passTookIn = true;
     while (m_stream->receive()) {
     }
-    if (m_stream->isEmpty())
-        return;
-    const SoString text = m_stream->getMessages();
+    if (!m_stream->isEmpty())
+        answerRequests(m_stream->getMessages());
+}
+
+void TesselTalkThread::answerRequests(const SoString& text)
+{
+    ObjectLock guard(this);
     const char* cursor = text.c_str();
     const char* end = cursor + text.length();
     while (cursor < end) {

@@ -73,6 +73,9 @@ public:
     // Answers the ping request with responseText, to its sender.
     bool sendResponse(TesselTalk::Message& request, const SoString& responseText);
     SoString ping(const SoString& target, const SoString& request, long timeout, const SoString* body) const;
+    // Reads the messages in text, as they came in at the endpoint, and gives
+    // each to the "MAIN" handler as a request, answering those it answers.
+    void answerRequests(const SoString& text);
     double averagePumpInterval() const;
 
     void run() override;

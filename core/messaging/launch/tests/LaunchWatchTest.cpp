@@ -1,43 +1,13 @@
 #include <gtest/gtest.h>
 
-#include <filesystem>
-
-#include "FakeLaunchHost.h"
+#include "LaunchFixture.h"
 #include "LaunchParams.h"
 #include "LaunchWatchHandlers.h"
-#include "MailboxEndpoints.h"
 
 using namespace ScObjects;
 using namespace ScObjects::TesselTalkUtils;
 
-namespace {
-
-class LaunchWatchTest : public testing::Test {
-protected:
-    void SetUp() override
-    {
-        char pattern[] = "/tmp/tt-watch-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        m_root = pattern;
-        endpoints = std::make_unique<MailboxEndpoints>(m_root);
-        setLaunchEndpoints(endpoints.get());
-        setLaunchHost(&host);
-    }
-    void TearDown() override
-    {
-        setLaunchHost(nullptr);
-        setLaunchEndpoints(nullptr);
-        std::filesystem::remove_all(m_root);
-    }
-
-    std::unique_ptr<MailboxEndpoints> endpoints;
-    FakeLaunchHost host;
-
-private:
-    std::string m_root;
-};
-
-} // namespace
+using LaunchWatchTest = LaunchFixture;
 
 TEST_F(LaunchWatchTest, TimeoutReleasesTheOfferAndAnswersLaunched)
 {

@@ -15,37 +15,29 @@
 #include <string>
 #include <thread>
 
-#include "FakeLaunchHost.h"
+#include "LaunchFixture.h"
 #include "LaunchParams.h"
 #include "Launcher.h"
-#include "MailboxEndpoints.h"
 
 using namespace ScObjects;
 using namespace ScObjects::TesselTalkUtils;
 
 namespace {
 
-class LauncherTest : public testing::Test {
+class LauncherTest : public LaunchFixture {
 protected:
     void SetUp() override
     {
-        char pattern[] = "/tmp/tt-launch-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        m_root = pattern;
+        LaunchFixture::SetUp();
         report = m_root + "/report";
         setenv("TT_MAILBOX", m_root.c_str(), 1);
         setenv("TT_REPORT", report.c_str(), 1);
-        endpoints = std::make_unique<MailboxEndpoints>(m_root);
-        setLaunchEndpoints(endpoints.get());
-        setLaunchHost(&host);
     }
     void TearDown() override
     {
-        setLaunchHost(nullptr);
-        setLaunchEndpoints(nullptr);
         unsetenv("TT_MAILBOX");
         unsetenv("TT_REPORT");
-        std::filesystem::remove_all(m_root);
+        LaunchFixture::TearDown();
     }
 
     // The helper's report as key/value pairs; empty when it did not come in time.
@@ -82,11 +74,6 @@ protected:
     const TesselTalk::Specifier spec{"helper-1.0", false};
     const SoString params{"-specifier helper-1.0 -nostartupscreen -instance 2"};
     std::string report;
-    std::unique_ptr<MailboxEndpoints> endpoints;
-    FakeLaunchHost host;
-
-private:
-    std::string m_root;
 };
 
 } // namespace
