@@ -1,6 +1,5 @@
 #include "TesselTalk.h"
 
-#include <errno.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
 
@@ -9,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "BlobFraming.h"
 #include "CoreServices.h"
 #include "InterAppStream.h"
 #include "MessageGlobals.h"
@@ -404,11 +404,7 @@ bool TesselTalk::waitForIncoming(unsigned int ms) const
         TesselTalkUtils::sleep(ms);
         return false;
     }
-    int ready;
-    do {
-        ready = ::poll(fds.data(), fds.size(), int(ms));
-    } while (ready < 0 && errno == EINTR);
-    return ready > 0;
+    return StreamTransport::waitForAny(fds, int(ms));
 }
 
 void TesselTalk::appendWaitDescriptors(std::vector<pollfd>& out) const

@@ -1,6 +1,5 @@
 #include "TesselTalkPing.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -17,11 +16,6 @@ namespace ScObjects {
 namespace TesselTalkUtils {
 
 namespace {
-
-// The longest single wait for the answer; the answer itself ends the wait
-// at once, and the answering thread's send (which holds that thread's lock
-// until we take the answer in) with it.
-constexpr long kPingWaitStepMs = 100;
 
 SoString ownAppSpecifier()
 {
@@ -114,7 +108,9 @@ SoString ping(const SoString& target, bool toThread, const SoString& request, un
         const double left = deadline - getUTCTimeMilliSeconds();
         if (left <= 0)
             break;
-        replies->waitForActivity(int(std::min<double>(left, kPingWaitStepMs)) + 1);
+        // The answer ends the wait at once, and with it the answering
+        // thread's send, which holds that thread's lock until we take it in.
+        replies->waitForActivity(int(left) + 1);
     }
     return SoString();
 }

@@ -44,6 +44,17 @@ bool waitFor(int fd, short events, Clock::time_point deadline)
     }
 }
 
+bool waitForAny(std::vector<pollfd>& fds, int timeoutMs)
+{
+    if (fds.empty())
+        return false;
+    int ready;
+    do {
+        ready = ::poll(fds.data(), fds.size(), timeoutMs);
+    } while (ready < 0 && errno == EINTR);
+    return ready > 0;
+}
+
 void encodeHeader(std::uint64_t length, unsigned char out[kHeaderSize])
 {
     std::memcpy(out, kMagic, sizeof kMagic);

@@ -6,10 +6,13 @@
 // travels on the connection; the receiver closes it afterwards.
 #pragma once
 
+#include <poll.h>
+
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <vector>
 
 namespace StreamTransport {
 
@@ -32,6 +35,8 @@ bool decodeHeader(const unsigned char in[kHeaderSize], std::uint64_t& length);
 int connectEndpoint(const char* path, Clock::time_point deadline);
 // Waits until fd is ready for events; false on the deadline or an error.
 bool waitFor(int fd, short events, Clock::time_point deadline);
+// Waits at most timeoutMs for any of fds to be ready; whether one is.
+bool waitForAny(std::vector<pollfd>& fds, int timeoutMs);
 
 // How writeBlob waits whenever the peer is not ready: waitFor, unless the
 // caller has something to do meanwhile.

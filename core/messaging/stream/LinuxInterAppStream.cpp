@@ -332,13 +332,7 @@ bool LinuxInterAppStream::waitForActivity(int timeoutMs) const
             return true;
         appendWaitDescriptors(fds);
     }
-    if (fds.empty())
-        return false;
-    int ready;
-    do {
-        ready = ::poll(fds.data(), fds.size(), timeoutMs);
-    } while (ready < 0 && errno == EINTR);
-    return ready > 0;
+    return StreamTransport::waitForAny(fds, timeoutMs);
 }
 
 bool LinuxInterAppStream::messagePending() const
