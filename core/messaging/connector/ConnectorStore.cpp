@@ -104,10 +104,10 @@ void warnOnce(std::set<std::string>& warned, const std::string& path, const std:
         reason.c_str());
 }
 
-void loadFolder(const std::string& folder, std::set<std::string>& warned, std::map<std::string, TTConnectorAppInfo>& records,
-    std::vector<SoString>& groups)
+void loadFolder(const std::vector<std::string>& paths, std::set<std::string>& warned,
+    std::map<std::string, TTConnectorAppInfo>& records, std::vector<SoString>& groups)
 {
-    for (const std::string& path : listFolder(folder)) {
+    for (const std::string& path : paths) {
         SoString text;
         std::string reason;
         ConnectorConfig::Contents contents;
@@ -205,17 +205,38 @@ std::string recordFileName(const SoString& specifier)
     return name + ".xml";
 }
 
+namespace {
+
+// The folders in the order they are read and signed: the user's first.
+std::vector<std::string> allFolders()
+{
+    std::vector<std::string> folders = systemFolders();
+    folders.insert(folders.begin(), userFolder());
+    return folders;
+}
+
+void sign(std::string& signature, const std::string& folder, const std::vector<std::string>& paths)
+{
+    signature += folder + "\n";
+    for (const std::string& path : paths)
+        signature += fileStamp(path) + "\n";
+}
+
+} // namespace
+
 Snapshot load(std::set<std::string>& warned)
 {
     Snapshot snapshot;
     std::map<std::string, TTConnectorAppInfo> records;
-    const std::string user = userFolder();
-    if (!user.empty())
-        loadFolder(user, warned, records, snapshot.userGroups);
-    const std::vector<std::string> system = systemFolders();
-    std::vector<std::vector<SoString>> systemGroups(system.size());
-    for (std::size_t i = 0; i < system.size(); ++i)
-        loadFolder(system[i], warned, records, systemGroups[i]);
+    const std::vector<std::string> folders = allFolders();
+    std::vector<std::vector<SoString>> systemGroups(folders.size() - 1);
+    for (std::size_t i = 0; i < folders.size(); ++i) {
+        // One listing serves both the signature and the reading, so that
+        // what was read is what the signature vouches for.
+        const std::vector<std::string> paths = folders[i].empty() ? std::vector<std::string>() : listFolder(folders[i]);
+        sign(snapshot.signature, folders[i], paths);
+        loadFolder(paths, warned, records, i == 0 ? snapshot.userGroups : systemGroups[i - 1]);
+    }
     for (auto it = systemGroups.rbegin(); it != systemGroups.rend(); ++it)
         snapshot.systemGroups.insert(snapshot.systemGroups.end(), it->begin(), it->end());
     for (auto& entry : records)
@@ -226,13 +247,8 @@ Snapshot load(std::set<std::string>& warned)
 std::string signature()
 {
     std::string text;
-    std::vector<std::string> folders = systemFolders();
-    folders.insert(folders.begin(), userFolder());
-    for (const std::string& folder : folders) {
-        text += folder + "\n";
-        for (const std::string& path : listFolder(folder))
-            text += fileStamp(path) + "\n";
-    }
+    for (const std::string& folder : allFolders())
+        sign(text, folder, folder.empty() ? std::vector<std::string>() : listFolder(folder));
     return text;
 }
 

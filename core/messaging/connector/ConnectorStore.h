@@ -40,6 +40,8 @@ struct Snapshot {
     std::vector<TTConnectorAppInfo> records;
     std::vector<SoString> systemGroups;
     std::vector<SoString> userGroups;
+    // signature() of the folders as this load listed them.
+    std::string signature;
 };
 
 // Reads every folder. warned holds the files already reported as corrupt

@@ -168,8 +168,8 @@ void TesselTalkConnector::loadLocked() const
     m_timestamp = static_cast<unsigned long>(std::time(nullptr));
     if (!m_good)
         return;
-    m_signature = ConnectorStore::signature();
     ConnectorStore::Snapshot snapshot = ConnectorStore::load(m_warned);
+    m_signature = snapshot.signature;
     std::vector<bool> placed(snapshot.records.size(), false);
     for (const TTConnectorAppInfo& known : previous) {
         for (std::size_t i = 0; i < snapshot.records.size(); ++i) {

@@ -134,6 +134,7 @@ int TesselTalk::InitTerm::exit()
     TesselTalkData::removeCoreServices();
     TesselTalkConnector::set(nullptr);
     TesselTalkConnector::InitTerm::exit();
+    TesselTalkUtils::releaseReplyEndpoint();
     InterAppStream::InitTerm::exit();
     return 1;
 }

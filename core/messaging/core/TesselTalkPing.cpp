@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <mutex>
 
 #include "ApplicationRegistry.h"
 #include "InterAppStream.h"
@@ -23,12 +24,42 @@ SoString ownAppSpecifier()
     return context ? context->getAppSpecifier() : SoString("unknown");
 }
 
+// One reply endpoint is kept between pings, because making and removing an
+// endpoint costs more than the rest of a ping. Only an endpoint whose
+// exchange ended with its answer is kept: each request is answered once, so
+// no late answer can reach the next ping.
+struct SpareEndpoint {
+    std::mutex mutex;
+    SoString owner;
+    std::unique_ptr<InterAppStream> stream;
+};
+
+SpareEndpoint& spare()
+{
+    static SpareEndpoint endpoint;
+    return endpoint;
+}
+
 // Our reply endpoint: our own specifier with the number as instance and
 // the suffix "ping", so that the answering thread can tell who asked.
-std::unique_ptr<InterAppStream> openReplyEndpoint(unsigned long number)
+std::unique_ptr<InterAppStream> openReplyEndpoint(const SoString& owner, unsigned long number)
 {
+    {
+        SpareEndpoint& kept = spare();
+        std::lock_guard<std::mutex> guard(kept.mutex);
+        std::unique_ptr<InterAppStream> stream = std::move(kept.stream);
+        if (stream && kept.owner == owner && stream->isGood()) {
+            // Whatever a stranger left there is not our answer.
+            if (stream->messagePending()) {
+                while (stream->receive()) {
+                }
+                stream->getMessages();
+            }
+            return stream;
+        }
+    }
     for (int attempt = 0; attempt < 4; ++attempt) {
-        TesselTalk::Specifier self(ownAppSpecifier().c_str(), false);
+        TesselTalk::Specifier self(owner.c_str(), false);
         SoString instance;
         instance << number;
         self.setInstance(instance.c_str());
@@ -39,6 +70,16 @@ std::unique_ptr<InterAppStream> openReplyEndpoint(unsigned long number)
         number = static_cast<unsigned long>(std::rand());
     }
     return nullptr;
+}
+
+void keepReplyEndpoint(const SoString& owner, std::unique_ptr<InterAppStream> stream)
+{
+    SpareEndpoint& kept = spare();
+    std::lock_guard<std::mutex> guard(kept.mutex);
+    if (!kept.stream) {
+        kept.owner = owner;
+        kept.stream = std::move(stream);
+    }
 }
 
 bool takeAnswer(InterAppStream& stream, SoString& answer, SoString* responseBody)
@@ -70,6 +111,13 @@ bool takeAnswer(InterAppStream& stream, SoString& answer, SoString* responseBody
 
 } // namespace
 
+void releaseReplyEndpoint()
+{
+    SpareEndpoint& kept = spare();
+    std::lock_guard<std::mutex> guard(kept.mutex);
+    kept.stream.reset();
+}
+
 SoString threadEndpointName(const SoString& appSpec)
 {
     return threadEndpointName(TesselTalk::Specifier(appSpec.c_str(), false));
@@ -84,7 +132,8 @@ SoString ping(const SoString& target, bool toThread, const SoString& request, un
     const TesselTalk::Specifier spec(target.c_str(), true);
     if (spec.isEmpty())
         return SoString();
-    std::unique_ptr<InterAppStream> replies = openReplyEndpoint(number);
+    const SoString owner = ownAppSpecifier();
+    std::unique_ptr<InterAppStream> replies = openReplyEndpoint(owner, number);
     if (!replies)
         return SoString();
 
@@ -103,8 +152,10 @@ SoString ping(const SoString& target, bool toThread, const SoString& request, un
     const double deadline = getUTCTimeMilliSeconds() + double(timeoutSeconds) * 1000.0;
     SoString answer;
     for (;;) {
-        if (takeAnswer(*replies, answer, responseBody))
+        if (takeAnswer(*replies, answer, responseBody)) {
+            keepReplyEndpoint(owner, std::move(replies));
             return answer;
+        }
         const double left = deadline - getUTCTimeMilliSeconds();
         if (left <= 0)
             break;

@@ -21,6 +21,10 @@ SoString threadEndpointName(const SoString& appSpec);
 SoString ping(const SoString& target, bool toThread, const SoString& request, unsigned long number,
     long timeoutSeconds, const SoString* body, SoString* responseBody);
 
+// Removes the reply endpoint that ping keeps between exchanges; the
+// messaging system's exit calls it, so that no endpoint outlives it.
+void releaseReplyEndpoint();
+
 // Whether spec runs, asked as this process's context (its specifier and
 // next serial number): the running test of the launch layer, whose probes
 // go through this process's stream once InitTerm::init has installed it.

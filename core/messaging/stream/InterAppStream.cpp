@@ -12,6 +12,9 @@ namespace {
 
 std::mutex gStreamMutex;
 InterAppStream* gStream = nullptr;
+// The name init asked for, until the stream is first wanted: most processes
+// only send, and a one-shot sender need not pay for an endpoint it never uses.
+SoString gPendingName;
 
 InterAppStream* makeGood(const SoString& name)
 {
@@ -34,6 +37,9 @@ InterAppStream::~InterAppStream() = default;
 InterAppStream* InterAppStream::get()
 {
     std::lock_guard<std::mutex> guard(gStreamMutex);
+    if (!gStream && !gPendingName.isEmpty())
+        gStream = ScObjects::TesselTalkUtils::createNextAvailableInterAppStream(gPendingName);
+    gPendingName = SoString();
     if (!gStream)
         gStream = ScObjects::TesselTalkUtils::createNextAvailableInterAppStream(kDefaultName);
     return gStream;
@@ -46,13 +52,14 @@ void InterAppStream::InitTerm::init(const SoString& specifier)
     gStream = nullptr;
     Specifier spec(specifier.c_str(), false);
     spec.setSuffix("ping");
-    gStream = ScObjects::TesselTalkUtils::createNextAvailableInterAppStream(spec);
+    gPendingName = spec;
 }
 
 void InterAppStream::InitTerm::exit()
 {
     std::lock_guard<std::mutex> guard(gStreamMutex);
     delete gStream;
+    gPendingName = SoString();
     // Cleared, so that an init after exit (the plug-in loaded a second time
     // in one host process) does not delete the stream again.
     gStream = nullptr;

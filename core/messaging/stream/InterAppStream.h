@@ -11,15 +11,16 @@ public:
     InterAppStream(const ScObjects::SoString& name, bool flag);
     ~InterAppStream() override;
 
-    // The process-wide stream; made with the factory from kDefaultName on
-    // first use when InitTerm::init has not made one. May be null. Not
-    // owned by the caller.
+    // The process-wide stream, made with the factory on first use: from the
+    // name InitTerm::init chose, or from kDefaultName when there is none or
+    // it could not be made good. May be null. Not owned by the caller.
     static InterAppStream* get();
 
     struct InitTerm {
         // Replaces the process-wide stream by one named after specifier with
-        // the suffix "ping" (or the first free instance of it); null when
-        // none could be made good. Call from the main thread at start-up.
+        // the suffix "ping" (or the first free instance of it). The endpoint
+        // is made when get() first asks for it, so a process that never
+        // pings holds none. Call from the main thread at start-up.
         static void init(const ScObjects::SoString& specifier);
         // Deletes the process-wide stream.
         static void exit();

@@ -41,35 +41,53 @@ bool peerIsSameUser(int fd)
     return ::getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &credentials, &size) == 0 && credentials.uid == ::geteuid();
 }
 
-// Binds a listening socket under a temporary name in directory and renames
-// it over path, so that a sender never finds a socket that is not yet
-// listening, and a stale one left by a dead owner is replaced in one step.
-int listenAt(const std::string& directory, const std::string& path)
+int bindAndListen(const std::string& path)
 {
-    static std::atomic<unsigned long> counter{0};
-    const std::string temporary
-        = directory + "/.b" + std::to_string(::getpid()) + "-" + std::to_string(counter++);
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    if (temporary.size() >= sizeof address.sun_path)
+    if (path.size() >= sizeof address.sun_path)
         return -1;
-    std::strcpy(address.sun_path, temporary.c_str());
-
+    std::strcpy(address.sun_path, path.c_str());
     const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     if (fd < 0)
         return -1;
+    const bool bound = ::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    if (bound && ::listen(fd, SOMAXCONN) == 0)
+        return fd;
+    // errno is the caller's answer: why the path could not be had.
+    const int error = errno;
+    if (bound)
+        ::unlink(path.c_str());
+    ::close(fd);
+    errno = error;
+    return -1;
+}
+
+// The listening socket at path; we hold the name's lock. Owners remove their
+// socket when they let the name go, so the path is normally free and the
+// socket is bound there directly: a sender that comes before listen() is
+// refused, as it was a moment earlier when there was no socket at all. A
+// socket left by an owner that died is replaced in one step instead, by
+// binding under a temporary name and renaming over it, so that no sender
+// ever finds the path empty while a live owner is taking it over.
+int listenAt(const std::string& directory, const std::string& path)
+{
+    const int direct = bindAndListen(path);
+    if (direct >= 0 || errno != EADDRINUSE)
+        return direct;
+    static std::atomic<unsigned long> counter{0};
+    const std::string temporary
+        = directory + "/.b" + std::to_string(::getpid()) + "-" + std::to_string(counter++);
     // A temporary name of ours can only be taken by a dead process whose
     // identifier we inherited: replace it then, and only then.
-    bool bound = ::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
-    if (!bound && errno == EADDRINUSE) {
+    int fd = bindAndListen(temporary);
+    if (fd < 0 && errno == EADDRINUSE) {
         ::unlink(temporary.c_str());
-        bound = ::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+        fd = bindAndListen(temporary);
     }
-    if (!bound) {
-        ::close(fd);
+    if (fd < 0)
         return -1;
-    }
-    if (::listen(fd, SOMAXCONN) != 0 || ::rename(temporary.c_str(), path.c_str()) != 0) {
+    if (::rename(temporary.c_str(), path.c_str()) != 0) {
         ::unlink(temporary.c_str());
         ::close(fd);
         return -1;
@@ -159,6 +177,12 @@ bool LinuxInterAppStream::nameIsFree(const SoString& name)
     StreamTransport::EndpointPaths paths;
     if (!StreamTransport::endpointPaths(std::string(port.c_str(), std::size_t(port.length())), paths))
         return false;
+    // An owner keeps its lock file at the path for as long as it holds the
+    // name, so a missing file answers without creating and removing one.
+    const int probe = ::open(paths.lock.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
+    if (probe < 0)
+        return errno == ENOENT;
+    ::close(probe);
     const int fd = takeNameLock(paths.lock);
     if (fd < 0)
         return false;

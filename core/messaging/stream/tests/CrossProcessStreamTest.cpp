@@ -14,21 +14,6 @@ using Clock = std::chrono::steady_clock;
 
 namespace {
 
-std::string socketPath(const std::string& name)
-{
-    StreamTransport::EndpointPaths paths;
-    EXPECT_TRUE(StreamTransport::endpointPaths("\\\\.\\port\\Quay_and_Mole_" + name, paths));
-    return paths.socket;
-}
-
-bool lockFileExists(const std::string& name)
-{
-    StreamTransport::EndpointPaths paths;
-    EXPECT_TRUE(StreamTransport::endpointPaths("\\\\.\\port\\Quay_and_Mole_" + name, paths));
-    struct stat info;
-    return ::lstat(paths.lock.c_str(), &info) == 0;
-}
-
 // Keeps a stream served from a second thread for as long as it lives, and
 // records the longest single messagePending call.
 class Poller {

@@ -111,8 +111,10 @@ TEST_F(StreamTest, FactoryHandsOutInstancesAndRefusesWhatItCannotNumber)
 TEST_F(StreamTest, InitTermNamesTheProcessStreamAfterThePingSuffix)
 {
     InterAppStream::InitTerm::init("Skiff-4.0");
+    EXPECT_FALSE(lockFileExists("skiff-4.0#ping")) << "the endpoint waits for its first use";
     ASSERT_NE(InterAppStream::get(), nullptr);
     EXPECT_STREQ(InterAppStream::get()->name().c_str(), "skiff-4.0#ping");
+    EXPECT_TRUE(lockFileExists("skiff-4.0#ping"));
     // A second init replaces the stream; the old one let its name go.
     InterAppStream::InitTerm::init("skiff-4.0");
     EXPECT_STREQ(InterAppStream::get()->name().c_str(), "skiff-4.0#ping");

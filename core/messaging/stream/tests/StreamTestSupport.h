@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <stdlib.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -15,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "EndpointPath.h"
 #include "InterAppStream.h"
 
 // Points XDG_RUNTIME_DIR at a fresh 0700 directory for the test and puts
@@ -49,6 +51,23 @@ private:
     std::string m_old;
     bool m_hadOld = false;
 };
+
+// Where the stream named name keeps its socket, and whether its lock file
+// is there.
+inline std::string socketPath(const std::string& name)
+{
+    StreamTransport::EndpointPaths paths;
+    EXPECT_TRUE(StreamTransport::endpointPaths("\\\\.\\port\\Quay_and_Mole_" + name, paths));
+    return paths.socket;
+}
+
+inline bool lockFileExists(const std::string& name)
+{
+    StreamTransport::EndpointPaths paths;
+    EXPECT_TRUE(StreamTransport::endpointPaths("\\\\.\\port\\Quay_and_Mole_" + name, paths));
+    struct stat info;
+    return ::lstat(paths.lock.c_str(), &info) == 0;
+}
 
 // Polls stream until it holds at least size bytes of text or the time is
 // up, pausing between polls for pause (the messaging thread pumps every 100 ms).

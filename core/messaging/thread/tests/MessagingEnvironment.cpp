@@ -5,10 +5,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 
+#include "EndpointPath.h"
 #include "Specifier.h"
 #include "TesselTalkConnector.h"
 #include "TesselTalkThread.h"
@@ -33,6 +35,9 @@ void MessagingEnvironment::TearDown()
     }
     delete m_tt;
     TesselTalk::TesselTalk::InitTerm::exit();
+    // Every endpoint of ours, kept ones included, went with the messaging
+    // system: nothing of ours is left to be found by the next start.
+    EXPECT_EQ(ourEndpointFiles("ttsender"), std::vector<std::string>());
     // Launched peers are not our children: end them by the pids they wrote.
     for (const auto& entry : std::filesystem::directory_iterator(m_root)) {
         if (entry.path().extension() != ".out")
@@ -43,6 +48,19 @@ void MessagingEnvironment::TearDown()
         }
     }
     std::filesystem::remove_all(m_root);
+}
+
+std::vector<std::string> MessagingEnvironment::ourEndpointFiles(const std::string& part)
+{
+    std::vector<std::string> names;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(StreamTransport::endpointDirectory(), error)) {
+        const std::string name = entry.path().filename().string();
+        if (name.find(part) != std::string::npos)
+            names.push_back(name);
+    }
+    std::sort(names.begin(), names.end());
+    return names;
 }
 
 void MessagingEnvironment::registerPeer(const char* spec, const char* path)

@@ -61,6 +61,8 @@ protected:
     static bool waitForLine(const std::string& path, const std::string& prefix, double seconds = 10);
     static int countLines(const std::string& path, const std::string& prefix);
     bool hasAnswer(int kind, const std::string& body = std::string()) const;
+    // The endpoint folder's file names (sockets and locks) that contain part.
+    static std::vector<std::string> ourEndpointFiles(const std::string& part);
 
     std::string m_root;
     std::vector<pid_t> m_children;

@@ -193,6 +193,24 @@ TEST_F(TwoProcess, PingsAnswerStatusBusyAndUndefined)
     EXPECT_EQ(Messaging::Thread::ping("nobody-here", "STATUS", 1), "");
 }
 
+TEST_F(TwoProcess, PingsShareOneReplyEndpointUntilOneGoesUnanswered)
+{
+    registerPeer("ttpeer-1.0");
+    startPeer("ttpeer-1.0", m_root + "/peer.out");
+    // Reply endpoints carry the ping's number as instance: "ttsender_N".
+    ASSERT_FALSE(Messaging::Thread::ping("ttpeer", "STATUS", 5).isEmpty());
+    const std::vector<std::string> kept = ourEndpointFiles("ttsender_");
+    ASSERT_EQ(kept.size(), 2u) << "its socket and its lock";
+    ASSERT_FALSE(Messaging::Thread::ping("ttpeer", "STATUS", 5).isEmpty());
+    EXPECT_EQ(ourEndpointFiles("ttsender_"), kept);
+    // A ping that goes unanswered gives its endpoint up, so that a late
+    // answer can never be taken for the next ping's.
+    EXPECT_EQ(Messaging::Thread::ping("ttpeer", "FWDLOGS=", 1), "");
+    EXPECT_EQ(ourEndpointFiles("ttsender_"), std::vector<std::string>());
+    ASSERT_FALSE(Messaging::Thread::ping("ttpeer", "STATUS", 5).isEmpty());
+    EXPECT_EQ(ourEndpointFiles("ttsender_").size(), 2u);
+}
+
 TEST_F(TwoProcess, EightSimultaneousSendersCauseOneLaunch)
 {
     registerPeer("ttmany-1.0");
