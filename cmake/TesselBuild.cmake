@@ -38,11 +38,10 @@ endfunction()
 # start-up is linked whole, with no dynamic loader work. Instrumented builds
 # keep the shared libraries, which their runtimes need.
 function(tessel_link_static target)
-  if(TESSEL_SANITIZE OR TESSEL_COVERAGE OR TESSEL_FUZZ OR NOT TESSEL_CRYPTO_ARCHIVE)
+  if(TESSEL_SANITIZE OR TESSEL_COVERAGE OR TESSEL_FUZZ)
     target_link_options(${target} PRIVATE -static-libstdc++ -static-libgcc)
     return()
   endif()
-  set_target_properties(${target} PROPERTIES TESSEL_STATIC ON)
   # Without its debug sections the file the kernel maps is half the size.
   target_link_options(${target} PRIVATE -static -Wl,--strip-debug)
 endfunction()

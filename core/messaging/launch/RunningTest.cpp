@@ -1,12 +1,13 @@
 #include "RunningTest.h"
 
-#include <openssl/rand.h>
 
 #include <atomic>
+#include <cstdlib>
 
 #include "ApplicationRegistry.h"
 #include "Launcher.h"
 #include "Message.h"
+#include "RandomBytes.h"
 
 namespace ScObjects {
 namespace TesselTalkUtils {
@@ -20,7 +21,8 @@ constexpr int kSenderRetries = 10;
 unsigned long randomNumber()
 {
     unsigned int value = 0;
-    RAND_bytes(reinterpret_cast<unsigned char*>(&value), sizeof value);
+    if (!randomBytes(&value, sizeof value))
+        value = static_cast<unsigned int>(std::rand());
     return value;
 }
 

@@ -5,8 +5,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <openssl/rand.h>
-
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -14,6 +12,8 @@
 #include <mutex>
 #include <new>
 #include <string>
+
+#include "RandomBytes.h"
 
 namespace ScObjects {
 namespace TesselTalkUtils {
@@ -64,7 +64,7 @@ bool readWhole(const std::string& path, SoString& out)
 SoString newIdentifier()
 {
     unsigned char bytes[16];
-    if (RAND_bytes(bytes, sizeof bytes) != 1)
+    if (!randomBytes(bytes, sizeof bytes))
         return SoString();
     SoString id;
     for (unsigned char byte : bytes) {

@@ -6,7 +6,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-#include <openssl/evp.h>
+#include "Sha256.h"
 
 namespace StreamTransport {
 
@@ -38,10 +38,8 @@ std::string encode(const std::string& name)
 
 std::string digest(const std::string& name)
 {
-    unsigned char sum[EVP_MAX_MD_SIZE];
-    unsigned int size = 0;
-    if (!EVP_Digest(name.data(), name.size(), sum, &size, EVP_sha256(), nullptr) || size < 16)
-        return std::string();
+    unsigned char sum[ScObjects::kSha256Size];
+    ScObjects::sha256(name.data(), name.size(), sum);
     static const char hex[] = "0123456789abcdef";
     std::string out = "=";
     for (unsigned int i = 0; i < 16; ++i) {
