@@ -14,9 +14,9 @@ using TesselTalk::Specifier;
 
 namespace {
 
-double versionOf(const Specifier& spec)
+double versionOf(const SoString& version)
 {
-    return std::strtod(spec.version().c_str(), nullptr);
+    return std::strtod(version.c_str(), nullptr);
 }
 
 SoString majorOf(const SoString& version)
@@ -47,7 +47,7 @@ SoString makeEntry(const char* group, const Specifier& spec)
 // walking from the end, the first subgroup holding both a caller version
 // not newer than the caller's and a wanted one decides; else the group's
 // first wanted entry from the end; else wanted itself.
-SoString pickFromGroup(const std::vector<SoString>& groups, const SoString& caller, const SoString& wanted,
+SoString pickFromGroup(const TesselTalkConnector::GroupTable& groups, const SoString& caller, const SoString& wanted,
     const SoString& group);
 
 } // namespace
@@ -118,92 +118,88 @@ bool TesselTalkConnector::removeFromGroup(const char* group, const Specifier& sp
 SoString TesselTalkConnector::findGroupForSpecifier(const SoString& caller) const
 {
     const Specifier wanted(caller.c_str(), false);
-    const std::vector<SoString> groups = getGroupsCache();
-    for (auto it = groups.rbegin(); it != groups.rend(); ++it) {
-        SoString g, u, x;
-        if (!CC::parseEntry(*it, g, u, x))
+    const SoString wantedApp = wanted.appName();
+    const SoString wantedVersion = wanted.version();
+    const std::shared_ptr<const GroupTable> groups = getGroupTable();
+    for (auto it = groups->rbegin(); it != groups->rend(); ++it) {
+        if (!it->parsed || it->app != wantedApp)
             continue;
-        const Specifier member(x.c_str(), false);
-        const bool versionFits = member.version().isEmpty() || wanted.version().isEmpty()
-            || versionOf(member) == versionOf(wanted);
-        if (member.appName() == wanted.appName() && versionFits)
-            return g;
+        if (it->version.isEmpty() || wantedVersion.isEmpty() || versionOf(it->version) == versionOf(wantedVersion))
+            return it->group;
     }
     return SoString();
 }
 
 SoString TesselTalkConnector::findSpecifierInGroup(const SoString& group, const SoString& app) const
 {
-    const std::vector<SoString> groups = getGroupsCache();
-    for (auto it = groups.rbegin(); it != groups.rend(); ++it) {
-        SoString g, u, x;
-        if (CC::parseEntry(*it, g, u, x) && g == group && Specifier(x.c_str(), false).appName() == app)
-            return x;
+    const std::shared_ptr<const GroupTable> groups = getGroupTable();
+    for (auto it = groups->rbegin(); it != groups->rend(); ++it) {
+        if (it->parsed && it->group == group && it->app == app)
+            return it->member;
     }
     return SoString();
 }
 
 SoString TesselTalkConnector::findPreferredApp(const SoString& caller, const SoString& wanted, const SoString& group) const
 {
-    // A copy taken under the lock: resolving may probe running applications,
-    // which must not happen while every other user of the connector waits.
-    const std::vector<SoString> groups = getGroupsCache();
-    if (groups.empty() || caller.isEmpty() || wanted.isEmpty())
+    // A snapshot taken under the lock: resolving may probe running
+    // applications, which must not happen while every other user of the
+    // connector waits.
+    const std::shared_ptr<const GroupTable> groups = getGroupTable();
+    if (groups->empty() || caller.isEmpty() || wanted.isEmpty())
         return resolveSpecifier(*this, wanted, SoString());
-    return resolveSpecifier(*this, wanted, pickFromGroup(groups, caller, wanted, group));
+    return resolveSpecifier(*this, wanted, pickFromGroup(*groups, caller, wanted, group));
 }
 
 namespace {
 
-SoString pickFromGroup(const std::vector<SoString>& groups, const SoString& caller, const SoString& wanted,
+SoString pickFromGroup(const TesselTalkConnector::GroupTable& groups, const SoString& caller, const SoString& wanted,
     const SoString& group)
 {
     const Specifier callerSpec(caller.c_str(), false);
     const SoString appA = callerSpec.appName();
-    const double vA = callerSpec.version().isEmpty() ? 0 : versionOf(callerSpec);
+    const SoString versionA = callerSpec.version();
+    const double vA = versionA.isEmpty() ? 0 : versionOf(versionA);
     const SoString appB = Specifier(wanted.c_str(), false).appName();
 
-    SoString subgroup;
-    bool inSubgroup = false;
+    const SoString* subgroup = nullptr;
     bool metGroup = false;
-    SoString candidate;
-    SoString aMatch;
-    SoString firstB;
+    const SoString* candidate = nullptr;
+    const SoString* aMatch = nullptr;
+    const SoString* firstB = nullptr;
+    // An empty member counts as no match, as an unset one would.
+    auto remember = [](const SoString& member) { return member.isEmpty() ? nullptr : &member; };
     for (auto it = groups.rbegin(); it != groups.rend(); ++it) {
-        SoString g, u, x;
-        const bool split = CC::parseEntry(*it, g, u, x);
-        if (!split || g != group) {
-            if (!split && !metGroup)
+        if (!it->parsed || it->group != group) {
+            if (!it->parsed && !metGroup)
                 break;
             continue;
         }
         metGroup = true;
-        if (!inSubgroup || u != subgroup) {
-            subgroup = u;
-            inSubgroup = true;
-            candidate = aMatch = SoString();
+        if (!subgroup || it->subgroup != *subgroup) {
+            subgroup = &it->subgroup;
+            candidate = aMatch = nullptr;
         }
-        const Specifier member(x.c_str(), false);
-        if (member.appName() == appA) {
-            double dX = vA == 0 ? 0 : versionOf(member);
+        if (it->app == appA) {
+            double dX = vA == 0 ? 0 : versionOf(it->version);
             if (dX < 0)
                 dX = vA + 1;
             if (dX <= vA) {
-                if (!candidate.isEmpty())
-                    return candidate;
-                aMatch = x;
+                if (candidate)
+                    return *candidate;
+                aMatch = remember(it->member);
             }
         }
-        if (member.appName() == appB) {
-            if (!aMatch.isEmpty())
-                return x;
-            if (candidate.isEmpty())
-                candidate = x;
-            if (firstB.isEmpty())
-                firstB = x;
+        if (it->app == appB) {
+            if (aMatch)
+                return it->member;
+            if (!candidate)
+                candidate = remember(it->member);
+            if (!firstB)
+                firstB = remember(it->member);
         }
     }
-    return firstB.isEmpty() ? wanted : firstB;
+    return firstB ? *firstB : wanted;
 }
 
 } // namespace

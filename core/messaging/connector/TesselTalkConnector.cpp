@@ -163,6 +163,7 @@ void TesselTalkConnector::loadLocked() const
     m_apps.clear();
     m_userGroups.clear();
     m_groups = builtInSuite();
+    m_groupTable.reset();
     m_signature.clear();
     m_loaded = true;
     m_timestamp = static_cast<unsigned long>(std::time(nullptr));
@@ -188,6 +189,7 @@ void TesselTalkConnector::loadLocked() const
     m_userGroups = snapshot.userGroups;
     m_groups.insert(m_groups.end(), snapshot.systemGroups.begin(), snapshot.systemGroups.end());
     m_groups.insert(m_groups.end(), m_userGroups.begin(), m_userGroups.end());
+    m_groupTable.reset();
 }
 
 void TesselTalkConnector::ensureLoaded() const
@@ -215,6 +217,7 @@ void TesselTalkConnector::clearGroupsCache()
 {
     ObjectLock guard(this);
     m_groups.clear();
+    m_groupTable.reset();
     m_userGroups.clear();
     m_loaded = false;
 }
@@ -231,6 +234,28 @@ std::vector<SoString> TesselTalkConnector::getGroupsCache() const
     ObjectLock guard(this);
     ensureLoaded();
     return m_groups;
+}
+
+std::shared_ptr<const TesselTalkConnector::GroupTable> TesselTalkConnector::getGroupTable() const
+{
+    ObjectLock guard(this);
+    ensureLoaded();
+    if (!m_groupTable) {
+        auto table = std::make_shared<GroupTable>();
+        table->reserve(m_groups.size());
+        for (const SoString& text : m_groups) {
+            GroupEntry entry;
+            entry.parsed = ConnectorConfig::parseEntry(text, entry.group, entry.subgroup, entry.member);
+            if (entry.parsed) {
+                const Specifier member(entry.member.c_str(), false);
+                entry.app = member.appName();
+                entry.version = member.version();
+            }
+            table->push_back(std::move(entry));
+        }
+        m_groupTable = std::move(table);
+    }
+    return m_groupTable;
 }
 
 bool TesselTalkConnector::getAppInfo(const SoString& spec, TTConnectorAppInfo& out) const

@@ -9,6 +9,7 @@
 // ApplicationRegistry interface. Failures come back as false, 0 or empty.
 #pragma once
 
+#include <memory>
 #include <set>
 #include <string>
 #include <vector>
@@ -127,6 +128,18 @@ public:
     const TTConnectorAppInfoList& getAppInfoList() const;
     // The built-in suite entries, then the system-wide and per-user ones.
     std::vector<SoString> getGroupsCache() const;
+    // The same entries taken apart, shared rather than copied: the lookups
+    // behind every specifier completion walk it.
+    struct GroupEntry {
+        bool parsed = false; // group/subgroup/member
+        SoString group;
+        SoString subgroup;
+        SoString member;
+        SoString app;
+        SoString version;
+    };
+    using GroupTable = std::vector<GroupEntry>;
+    std::shared_ptr<const GroupTable> getGroupTable() const;
     void clearCache();
     void clearGroupsCache();
     // Reloads the cache when force, when it is empty or when a file of the
@@ -162,6 +175,7 @@ private:
     mutable TTConnectorAppInfoList m_apps;
     mutable std::vector<SoString> m_userGroups;
     mutable std::vector<SoString> m_groups;
+    mutable std::shared_ptr<const GroupTable> m_groupTable;
     mutable bool m_loaded = false;
     mutable std::string m_signature;
     mutable std::set<std::string> m_warned;
