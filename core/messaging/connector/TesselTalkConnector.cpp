@@ -163,6 +163,7 @@ void TesselTalkConnector::loadLocked() const
     m_apps.clear();
     m_userGroups.clear();
     m_groups = builtInSuite();
+    // Taken apart again when next asked for.
     m_groupTable.reset();
     m_signature.clear();
     m_loaded = true;
@@ -189,7 +190,6 @@ void TesselTalkConnector::loadLocked() const
     m_userGroups = snapshot.userGroups;
     m_groups.insert(m_groups.end(), snapshot.systemGroups.begin(), snapshot.systemGroups.end());
     m_groups.insert(m_groups.end(), m_userGroups.begin(), m_userGroups.end());
-    m_groupTable.reset();
 }
 
 void TesselTalkConnector::ensureLoaded() const
@@ -217,7 +217,6 @@ void TesselTalkConnector::clearGroupsCache()
 {
     ObjectLock guard(this);
     m_groups.clear();
-    m_groupTable.reset();
     m_userGroups.clear();
     m_loaded = false;
 }
