@@ -35,34 +35,27 @@ void Md5::block(const unsigned char* data)
         word[i] = std::uint32_t(data[4 * i]) | std::uint32_t(data[4 * i + 1]) << 8
             | std::uint32_t(data[4 * i + 2]) << 16 | std::uint32_t(data[4 * i + 3]) << 24;
     std::uint32_t a = m_state[0], b = m_state[1], c = m_state[2], d = m_state[3];
-    for (unsigned i = 0; i < 64; ++i) {
-        const unsigned round = i / 16;
-        std::uint32_t f;
-        unsigned g;
-        switch (round) {
-        case 0:
-            f = (b & c) | (~b & d);
-            g = i;
-            break;
-        case 1:
-            f = (d & b) | (~d & c);
-            g = (5 * i + 1) % 16;
-            break;
-        case 2:
-            f = b ^ c ^ d;
-            g = (3 * i + 5) % 16;
-            break;
-        default:
-            f = c ^ (b | ~d);
-            g = (7 * i) % 16;
-            break;
-        }
-        const std::uint32_t next = b + rotate(a + f + kSine[i] + word[g], kShift[round][i % 4]);
+    // One loop per round, each with its own function and word order,
+    // unrolled into straight code: the indexes and shifts become constants.
+    auto step = [&](std::uint32_t f, unsigned i, unsigned g, unsigned shift) {
+        const std::uint32_t next = b + rotate(a + f + kSine[i] + word[g], shift);
         a = d;
         d = c;
         c = b;
         b = next;
-    }
+    };
+#pragma GCC unroll 16
+    for (unsigned i = 0; i < 16; ++i)
+        step(d ^ (b & (c ^ d)), i, i, kShift[0][i % 4]);
+#pragma GCC unroll 16
+    for (unsigned i = 16; i < 32; ++i)
+        step(c ^ (d & (b ^ c)), i, (5 * i + 1) % 16, kShift[1][i % 4]);
+#pragma GCC unroll 16
+    for (unsigned i = 32; i < 48; ++i)
+        step(b ^ c ^ d, i, (3 * i + 5) % 16, kShift[2][i % 4]);
+#pragma GCC unroll 16
+    for (unsigned i = 48; i < 64; ++i)
+        step(c ^ (b | ~d), i, (7 * i) % 16, kShift[3][i % 4]);
     m_state[0] += a;
     m_state[1] += b;
     m_state[2] += c;
