@@ -24,6 +24,16 @@ SoString ownAppSpecifier()
     return context ? context->getAppSpecifier() : SoString("unknown");
 }
 
+// Everything that has reached stream, as one text; empty when nothing has.
+SoString takeAll(InterAppStream& stream)
+{
+    if (!stream.messagePending())
+        return SoString();
+    while (stream.receive()) {
+    }
+    return stream.getMessages();
+}
+
 // One reply endpoint is kept between pings, because making and removing an
 // endpoint costs more than the rest of a ping. Only an endpoint whose
 // exchange ended with its answer is kept: each request is answered once, so
@@ -50,11 +60,7 @@ std::unique_ptr<InterAppStream> openReplyEndpoint(const SoString& owner, unsigne
         std::unique_ptr<InterAppStream> stream = std::move(kept.stream);
         if (stream && kept.owner == owner && stream->isGood()) {
             // Whatever a stranger left there is not our answer.
-            if (stream->messagePending()) {
-                while (stream->receive()) {
-                }
-                stream->getMessages();
-            }
+            takeAll(*stream);
             return stream;
         }
     }
@@ -84,11 +90,7 @@ void keepReplyEndpoint(const SoString& owner, std::unique_ptr<InterAppStream> st
 
 bool takeAnswer(InterAppStream& stream, SoString& answer, SoString* responseBody)
 {
-    if (!stream.messagePending())
-        return false;
-    while (stream.receive()) {
-    }
-    const SoString text = stream.getMessages();
+    const SoString text = takeAll(stream);
     const char* cursor = text.c_str();
     const char* end = cursor + text.length();
     while (cursor < end) {

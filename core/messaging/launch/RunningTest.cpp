@@ -1,6 +1,5 @@
 #include "RunningTest.h"
 
-
 #include <atomic>
 #include <cstdlib>
 

@@ -37,11 +37,13 @@ InterAppStream::~InterAppStream() = default;
 InterAppStream* InterAppStream::get()
 {
     std::lock_guard<std::mutex> guard(gStreamMutex);
-    if (!gStream && !gPendingName.isEmpty())
-        gStream = ScObjects::TesselTalkUtils::createNextAvailableInterAppStream(gPendingName);
-    gPendingName = SoString();
-    if (!gStream)
-        gStream = ScObjects::TesselTalkUtils::createNextAvailableInterAppStream(kDefaultName);
+    if (!gStream) {
+        if (!gPendingName.isEmpty())
+            gStream = ScObjects::TesselTalkUtils::createNextAvailableInterAppStream(gPendingName);
+        gPendingName = SoString();
+        if (!gStream)
+            gStream = ScObjects::TesselTalkUtils::createNextAvailableInterAppStream(kDefaultName);
+    }
     return gStream;
 }
 
