@@ -97,7 +97,7 @@ int connectEndpoint(const char* path, Clock::time_point deadline)
     }
 }
 
-bool writeBlob(int fd, const char* data, std::size_t length, Clock::time_point deadline, const Waiter& wait)
+Delivery writeBlob(int fd, const char* data, std::size_t length, Clock::time_point deadline, const Waiter& wait)
 {
     unsigned char header[kHeaderSize];
     encodeHeader(length, header);
@@ -112,8 +112,10 @@ bool writeBlob(int fd, const char* data, std::size_t length, Clock::time_point d
         if (n < 0) {
             if (errno == EINTR)
                 continue;
+            if (errno == EPIPE || errno == ECONNRESET)
+                return Delivery::Unread;
             if (errno != EAGAIN || !wait(fd, POLLOUT, deadline))
-                return false;
+                return Delivery::Failed;
             continue;
         }
         std::size_t done = std::size_t(n);
@@ -130,19 +132,27 @@ bool writeBlob(int fd, const char* data, std::size_t length, Clock::time_point d
     for (;;) {
         // The answer cannot be there yet: wait first, read once.
         if (!wait(fd, POLLIN, deadline))
-            return false;
-        unsigned char answer = 0;
-        const ssize_t n = ::recv(fd, &answer, 1, MSG_DONTWAIT);
-        if (n == 1)
-            return answer == kAck;
-        if (n == 0 || (errno != EAGAIN && errno != EINTR))
-            return false;
+            return Delivery::Failed;
+        // Both bytes travel in one write, so a receiver that keeps the
+        // connection is told so in the same read.
+        unsigned char answer[2] = {0, 0};
+        const ssize_t n = ::recv(fd, answer, sizeof answer, MSG_DONTWAIT);
+        if (n >= 1 && answer[0] != kAck)
+            return Delivery::Failed;
+        if (n >= 1)
+            return n == 2 && answer[1] == kKeep ? Delivery::TakenKeepOpen : Delivery::Taken;
+        if (n == 0 || errno == ECONNRESET)
+            return Delivery::Unread;
+        if (errno != EAGAIN && errno != EINTR)
+            return Delivery::Failed;
     }
 }
 
-BlobConnection::BlobConnection(int fd, Clock::time_point deadline)
+BlobConnection::BlobConnection(int fd, Clock::time_point now, Clock::duration blobTime, Clock::duration idleTime)
     : m_fd(fd)
-    , m_deadline(deadline)
+    , m_blobTime(blobTime)
+    , m_idleTime(idleTime)
+    , m_deadline(now + blobTime)
 {
 }
 
@@ -156,6 +166,7 @@ BlobConnection::~BlobConnection()
 void BlobConnection::refuse()
 {
     m_state = State::Refused;
+    m_idle = false;
     ScObjects::SoHeap::freeHeap(m_blob);
     m_blob = nullptr;
 }
@@ -163,7 +174,8 @@ void BlobConnection::refuse()
 std::size_t BlobConnection::service(Clock::time_point now)
 {
     // Checked before reading too, so that a peer trickling a byte now and
-    // then cannot stretch its time.
+    // then cannot stretch its time. An idle connection past its time is
+    // dropped the same way.
     if ((m_state == State::Header || m_state == State::Body) && now >= m_deadline)
         refuse();
     std::size_t taken = 0;
@@ -188,6 +200,10 @@ std::size_t BlobConnection::service(Clock::time_point now)
             if (n == 0 || errno != EAGAIN)
                 refuse();
             return taken;
+        }
+        if (m_idle) {
+            m_idle = false;
+            m_deadline = now + m_blobTime;
         }
         taken += std::size_t(n);
         if (readingHeader) {
@@ -220,20 +236,29 @@ std::size_t BlobConnection::service(Clock::time_point now)
         if (m_bodyRead == m_length) {
             // The blob is ours now, whether or not the sender is still there
             // to read the answer.
-            const unsigned char ack = kAck;
-            (void)::send(m_fd, &ack, 1, MSG_NOSIGNAL | MSG_DONTWAIT);
+            const unsigned char answer[2] = {kAck, kKeep};
+            (void)::send(m_fd, answer, sizeof answer, MSG_NOSIGNAL | MSG_DONTWAIT);
             m_state = State::Done;
         }
     }
     return taken;
 }
 
-char* BlobConnection::takeBlob(std::size_t& length)
+char* BlobConnection::takeBlob(std::size_t& length, Clock::time_point now)
 {
-    length = m_state == State::Done ? m_length : 0;
-    char* blob = m_state == State::Done ? m_blob : nullptr;
-    if (blob)
-        m_blob = nullptr;
+    if (m_state != State::Done) {
+        length = 0;
+        return nullptr;
+    }
+    length = m_length;
+    char* blob = m_blob;
+    m_blob = nullptr;
+    m_state = State::Header;
+    m_headerRead = 0;
+    m_length = 0;
+    m_bodyRead = 0;
+    m_idle = true;
+    m_deadline = now + m_idleTime;
     return blob;
 }
 

@@ -1,9 +1,14 @@
 // The framing of one blob on one stream connection.
 //
 // A sender connects, writes a 12-byte header ("TTB1" and the blob's length
-// as 64-bit big-endian), then the bytes, and waits for the one byte kAck
-// that the receiver writes once it holds the whole blob. Nothing else
-// travels on the connection; the receiver closes it afterwards.
+// as 64-bit big-endian), then the bytes, and waits for the byte kAck that
+// the receiver writes once it holds the whole blob.
+//
+// Our extension: a receiver that will read a further blob on the same
+// connection writes kKeep right behind kAck, in the same write. A sender
+// that reads only the one byte of the plain exchange and closes is not
+// disturbed by it, and a sender that sees kKeep may send its next blob to
+// that endpoint on the open connection instead of connecting again.
 #pragma once
 
 #include <poll.h>
@@ -23,6 +28,7 @@ constexpr std::size_t kHeaderSize = 12;
 // travel); checked before anything is allocated for a blob.
 constexpr std::uint64_t kMaxBlobLength = std::uint64_t(64) << 20;
 constexpr unsigned char kAck = 0x06;
+constexpr unsigned char kKeep = 'K';
 
 void encodeHeader(std::uint64_t length, unsigned char out[kHeaderSize]);
 // The length announced by a header; false for a wrong magic or a length
@@ -42,22 +48,35 @@ bool waitForAny(std::vector<pollfd>& fds, int timeoutMs);
 // caller has something to do meanwhile.
 using Waiter = std::function<bool(int fd, short events, Clock::time_point deadline)>;
 
-// Writes one framed blob on fd and waits for the acknowledgement; true only
-// when it came before the deadline. Never blocks past the deadline, never
-// raises SIGPIPE, does not close fd.
-bool writeBlob(int fd, const char* data, std::size_t length, Clock::time_point deadline,
+enum class Delivery {
+    // No acknowledgement before the deadline, or a wrong one.
+    Failed,
+    // The receiver closed the connection without acknowledging: it did not
+    // take the blob, which may be sent again on a new connection.
+    Unread,
+    // Acknowledged; the connection is done.
+    Taken,
+    // Acknowledged, and the receiver reads the next blob on this connection.
+    TakenKeepOpen,
+};
+
+// Writes one framed blob on fd and waits for the acknowledgement. Never
+// blocks past the deadline, never raises SIGPIPE, does not close fd.
+Delivery writeBlob(int fd, const char* data, std::size_t length, Clock::time_point deadline,
     const Waiter& wait = waitFor);
 
 // The receiving side of one connection: reads the header and the bytes as
-// they come, without ever blocking, and answers with kAck once the blob is
-// whole. Any fault (wrong magic, a length above the cap, the peer closing
-// early, a read error, the deadline passing) refuses the connection.
+// they come, without ever blocking, and answers with kAck and kKeep once the
+// blob is whole. Any fault (wrong magic, a length above the cap, the peer
+// closing early, a read error, the deadline passing) refuses the connection.
 class BlobConnection {
 public:
     enum class State { Header, Body, Done, Refused };
 
-    // Takes ownership of fd, which must be non-blocking.
-    BlobConnection(int fd, Clock::time_point deadline);
+    // Takes ownership of fd, which must be non-blocking. A blob must be whole
+    // within blobTime of its first byte (of the connection, for the first
+    // one); between blobs the connection is dropped after idleTime.
+    BlobConnection(int fd, Clock::time_point now, Clock::duration blobTime, Clock::duration idleTime);
     ~BlobConnection();
     BlobConnection(const BlobConnection&) = delete;
     BlobConnection& operator=(const BlobConnection&) = delete;
@@ -71,15 +90,23 @@ public:
     Clock::time_point deadline() const { return m_deadline; }
 
     // After Done: hands over the blob (a SoHeap block, null for an empty
-    // blob) and its length; the connection no longer owns it.
-    char* takeBlob(std::size_t& length);
+    // blob) and its length, and waits for the next one.
+    char* takeBlob(std::size_t& length, Clock::time_point now);
+    // Between blobs: one was taken and nothing of the next has come yet.
+    bool isIdle() const { return m_idle; }
+    // Ends the connection; a sender that has written meanwhile sees it
+    // closed without an acknowledgement.
+    void drop() { refuse(); }
 
 private:
     void refuse();
 
     int m_fd;
+    Clock::duration m_blobTime;
+    Clock::duration m_idleTime;
     Clock::time_point m_deadline;
     State m_state = State::Header;
+    bool m_idle = false;
     unsigned char m_header[kHeaderSize];
     std::size_t m_headerRead = 0;
     char* m_blob = nullptr;

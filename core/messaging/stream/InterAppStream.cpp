@@ -3,6 +3,7 @@
 #include <mutex>
 #include <new>
 
+#include "KeptConnections.h"
 #include "Specifier.h"
 
 using ScObjects::SoString;
@@ -62,6 +63,8 @@ void InterAppStream::InitTerm::exit()
     std::lock_guard<std::mutex> guard(gStreamMutex);
     delete gStream;
     gPendingName = SoString();
+    // Our peers need not keep their end for a process that is done talking.
+    StreamTransport::closeKeptConnections();
     // Cleared, so that an init after exit (the plug-in loaded a second time
     // in one host process) does not delete the stream again.
     gStream = nullptr;

@@ -17,11 +17,13 @@
 
 #include "BlobFraming.h"
 #include "EndpointPath.h"
+#include "KeptConnections.h"
 
 using ScObjects::ObjectLock;
 using ScObjects::SoString;
 using StreamTransport::BlobConnection;
 using StreamTransport::Clock;
+using StreamTransport::Delivery;
 
 namespace {
 
@@ -237,21 +239,40 @@ bool LinuxInterAppStream::send(const SoString& target, const SoString& data) con
     if (m_listenFd < 0)
         return false;
     const Clock::time_point deadline = Clock::now() + kSendTimeout;
-    StreamTransport::EndpointPaths paths;
     const SoString port = portNameFor(target);
-    if (!StreamTransport::endpointPaths(std::string(port.c_str(), std::size_t(port.length())), paths))
+    const std::string portName(port.c_str(), std::size_t(port.length()));
+    const std::string key = StreamTransport::keptConnectionKey(portName);
+    // A kept connection that its receiver closed meanwhile did not take the
+    // blob, which then goes on a new one, as if none had been kept.
+    for (int fd; (fd = StreamTransport::takeKeptConnection(key)) >= 0;) {
+        const Delivery delivery = deliver(fd, data, deadline);
+        if (delivery != Delivery::Unread)
+            return settle(key, fd, delivery);
+        ::close(fd);
+    }
+    StreamTransport::EndpointPaths paths;
+    if (!StreamTransport::endpointPaths(portName, paths))
         return false;
     const int fd = StreamTransport::connectEndpoint(paths.socket.c_str(), deadline);
     if (fd < 0)
         return false;
-    bool delivered;
-    {
-        ObjectLock sendLock(m_sendLock);
-        delivered = StreamTransport::writeBlob(fd, data.c_str(), std::size_t(data.length()), deadline,
-            [this](int peer, short events, Clock::time_point until) { return waitServingOurOwn(peer, events, until); });
-    }
-    ::close(fd);
-    return delivered;
+    return settle(key, fd, deliver(fd, data, deadline));
+}
+
+Delivery LinuxInterAppStream::deliver(int fd, const SoString& data, Clock::time_point deadline) const
+{
+    ObjectLock sendLock(m_sendLock);
+    return StreamTransport::writeBlob(fd, data.c_str(), std::size_t(data.length()), deadline,
+        [this](int peer, short events, Clock::time_point until) { return waitServingOurOwn(peer, events, until); });
+}
+
+bool LinuxInterAppStream::settle(const std::string& key, int fd, Delivery delivery)
+{
+    if (delivery == Delivery::TakenKeepOpen)
+        StreamTransport::keepConnection(key, fd);
+    else
+        ::close(fd);
+    return delivery == Delivery::Taken || delivery == Delivery::TakenKeepOpen;
 }
 
 bool LinuxInterAppStream::waitServingOurOwn(int peer, short events, Clock::time_point deadline) const
@@ -301,8 +322,9 @@ bool LinuxInterAppStream::servicePass(int waitMs) const
         const int fd = ::accept4(m_listenFd, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
         if (fd >= 0) {
             moved = true;
-            std::unique_ptr<BlobConnection> connection(new BlobConnection(fd, now + m_connectionDeadline));
-            if (peerIsSameUser(fd) && m_connections.size() < kMaxConnections)
+            std::unique_ptr<BlobConnection> connection(
+                new BlobConnection(fd, now, m_connectionDeadline, kIdleConnectionTime));
+            if (peerIsSameUser(fd) && makeRoom())
                 m_connections.push_back(std::move(connection));
         }
     }
@@ -317,7 +339,7 @@ bool LinuxInterAppStream::servicePass(int waitMs) const
             moved |= connection.service(now) > 0;
         if (connection.state() == BlobConnection::State::Done) {
             std::size_t length = 0;
-            char* blob = connection.takeBlob(length);
+            char* blob = connection.takeBlob(length, now);
             std::unique_ptr<DataRef> ref;
             try {
                 ref.reset(new DataRef(blob, long(length)));
@@ -329,12 +351,33 @@ bool LinuxInterAppStream::servicePass(int waitMs) const
             ref.release();
             moved = true;
         }
-        if (connection.state() == BlobConnection::State::Done || connection.state() == BlobConnection::State::Refused)
+        if (connection.state() == BlobConnection::State::Refused)
             m_connections.erase(m_connections.begin() + long(i));
         else
             ++i;
     }
     return moved;
+}
+
+bool LinuxInterAppStream::blobOnItsWay() const
+{
+    return std::any_of(m_connections.begin(), m_connections.end(),
+        [](const std::unique_ptr<BlobConnection>& connection) { return !connection->isIdle(); });
+}
+
+bool LinuxInterAppStream::makeRoom() const
+{
+    if (m_connections.size() < kMaxConnections)
+        return true;
+    // A connection kept between blobs gives way to a new peer; its sender
+    // connects again when it has more to say. The pass removes it.
+    for (const auto& connection : m_connections) {
+        if (connection->isIdle()) {
+            connection->drop();
+            return true;
+        }
+    }
+    return false;
 }
 
 void LinuxInterAppStream::appendWaitDescriptors(std::vector<pollfd>& out) const
@@ -378,7 +421,7 @@ bool LinuxInterAppStream::messagePending() const
                 previous = count;
             else if (!moved)
                 break;
-            waitMs = m_connections.empty()
+            waitMs = !blobOnItsWay()
                 ? 0
                 : int(std::min<long>(kBlobWaitMs, std::chrono::duration_cast<std::chrono::milliseconds>(left).count()));
         }

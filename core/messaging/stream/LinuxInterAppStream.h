@@ -5,11 +5,15 @@
 // launched children do not inherit it); the kernel drops it when the owner
 // dies, which frees the name at once and lets the next owner replace the
 // stale socket. An owner that lets go removes its lock file while still
-// holding it, and a lock counts only on the file that is at the path. A send is one connection per blob with a length header and
-// a one-byte acknowledgement, all within kSendTimeout. The receiver accepts
-// only its own user's peers (SO_PEERCRED), caps the length before
-// allocating, and gives each connection a deadline, so that a stalled or
-// hostile peer costs it nothing but one file descriptor for a while.
+// holding it, and a lock counts only on the file that is at the path.
+//
+// A blob travels with a length header and is acknowledged, all within
+// kSendTimeout. The receiver accepts only its own user's peers
+// (SO_PEERCRED), caps the length before allocating, and gives each blob a
+// deadline, so that a stalled or hostile peer costs it nothing but one file
+// descriptor for a while. It keeps a connection open after a blob, for
+// kIdleConnectionTime or until a new peer needs the room, and the sender
+// keeps it for its next blob to that endpoint (KeptConnections.h).
 //
 // messagePending must be called from one thread at a time (it takes the
 // stream lock); send may be called from any thread.
@@ -19,6 +23,7 @@
 
 #include <chrono>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "BaseInterAppStream.h"
@@ -26,6 +31,7 @@
 
 namespace StreamTransport {
 class BlobConnection;
+enum class Delivery;
 }
 
 class LinuxInterAppStream : public BaseInterAppStream {
@@ -34,6 +40,8 @@ public:
     // Connections being read at once; further peers are turned away until
     // one of them ends.
     static constexpr std::size_t kMaxConnections = 64;
+    // How long a connection stays open between blobs.
+    static constexpr std::chrono::milliseconds kIdleConnectionTime{30000};
 
     // One received blob, owned: deleting it frees the bytes.
     class DataRef : public ScObjects::SoHeap {
@@ -89,6 +97,17 @@ private:
     // One pass over the listening socket and the open connections, waiting
     // at most waitMs for any of them; whether any byte or peer was taken in.
     bool servicePass(int waitMs) const;
+    // One blob on fd, under the send lock.
+    StreamTransport::Delivery deliver(
+        int fd, const ScObjects::SoString& data, std::chrono::steady_clock::time_point deadline) const;
+    // Keeps fd for the next blob to key when the receiver offered that,
+    // else closes it; whether the blob was delivered.
+    static bool settle(const std::string& key, int fd, StreamTransport::Delivery delivery);
+    // Whether a new peer may join the connections being read, giving it the
+    // place of one kept between blobs when they are all taken.
+    bool makeRoom() const;
+    // Whether a peer has connected or begun a blob and not finished it.
+    bool blobOnItsWay() const;
     // send's wait for its peer, taking in what reaches us meanwhile.
     bool waitServingOurOwn(int peer, short events, std::chrono::steady_clock::time_point deadline) const;
     int readFromMsgQueue();

@@ -29,7 +29,7 @@ struct Pair {
         EXPECT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, fds), 0);
         ::fcntl(fds[0], F_SETFL, O_NONBLOCK);
         peer = fds[1];
-        connection = new BlobConnection(fds[0], Clock::now() + std::chrono::seconds(10));
+        connection = new BlobConnection(fds[0], Clock::now(), std::chrono::seconds(10), std::chrono::seconds(30));
     }
     ~Pair()
     {
@@ -37,16 +37,19 @@ struct Pair {
         ::close(peer);
     }
     void write(const std::string& bytes) { ASSERT_EQ(::write(peer, bytes.data(), bytes.size()), ssize_t(bytes.size())); }
-    // What the receiver answered: the ack byte, or "" when it closed or said nothing.
+    // What the receiver answered, or "" when it closed or said nothing.
     std::string answer()
     {
         ::fcntl(peer, F_SETFL, O_NONBLOCK);
-        char c;
-        return ::read(peer, &c, 1) == 1 ? std::string(1, c) : std::string();
+        char bytes[4];
+        const ssize_t n = ::read(peer, bytes, sizeof bytes);
+        return n > 0 ? std::string(bytes, std::size_t(n)) : std::string();
     }
     int peer;
     BlobConnection* connection;
 };
+
+const std::string kTakenKeepOpen{char(kAck), char(kKeep)};
 
 } // namespace
 
@@ -78,27 +81,38 @@ TEST(BlobFraming, FramesAreTakenOrRefusedByTheirFirstBytes)
             ::shutdown(pair.peer, SHUT_WR);
         pair.connection->service(Clock::now());
         EXPECT_EQ(int(pair.connection->state()), int(row.state));
-        EXPECT_EQ(pair.answer(), row.state == BlobConnection::State::Done ? std::string(1, char(kAck)) : "");
+        EXPECT_EQ(pair.answer(), row.state == BlobConnection::State::Done ? kTakenKeepOpen : "");
     }
 }
 
-TEST(BlobFraming, BlobArrivingByteByByteIsWholeAndAcknowledgedOnce)
+TEST(BlobFraming, BlobsArrivingByteByByteAreWholeAndEachAcknowledgedOnce)
 {
     Pair pair;
-    const std::string frame = header(1000) + streamPattern(1000);
-    std::size_t taken = 0;
-    for (char c : frame) {
-        EXPECT_EQ(pair.answer(), "");
-        pair.write(std::string(1, c));
-        taken += pair.connection->service(Clock::now());
+    // Two blobs on one connection: it waits for the next after each.
+    for (const std::size_t size : {std::size_t(1000), std::size_t(37)}) {
+        SCOPED_TRACE(size);
+        const std::string frame = header(size) + streamPattern(size);
+        std::size_t taken = 0;
+        for (char c : frame) {
+            EXPECT_EQ(pair.answer(), "");
+            pair.write(std::string(1, c));
+            taken += pair.connection->service(Clock::now());
+        }
+        EXPECT_EQ(taken, frame.size());
+        ASSERT_EQ(int(pair.connection->state()), int(BlobConnection::State::Done));
+        EXPECT_EQ(pair.answer(), kTakenKeepOpen);
+        EXPECT_FALSE(pair.connection->isIdle());
+        std::size_t length = 0;
+        char* blob = pair.connection->takeBlob(length, Clock::now());
+        EXPECT_EQ(std::string(blob, length), streamPattern(size));
+        ScObjects::SoHeap::freeHeap(blob);
+        EXPECT_EQ(int(pair.connection->state()), int(BlobConnection::State::Header));
+        EXPECT_TRUE(pair.connection->isIdle());
     }
-    EXPECT_EQ(taken, frame.size());
-    ASSERT_EQ(int(pair.connection->state()), int(BlobConnection::State::Done));
-    EXPECT_EQ(pair.answer(), std::string(1, char(kAck)));
-    std::size_t length = 0;
-    char* blob = pair.connection->takeBlob(length);
-    EXPECT_EQ(std::string(blob, length), streamPattern(1000));
-    ScObjects::SoHeap::freeHeap(blob);
+    // The sender going away between blobs ends the connection.
+    ::shutdown(pair.peer, SHUT_WR);
+    pair.connection->service(Clock::now());
+    EXPECT_EQ(int(pair.connection->state()), int(BlobConnection::State::Refused));
 }
 
 TEST(BlobFraming, PeerPastItsDeadlineIsRefusedEvenWhileStillSending)
@@ -111,26 +125,85 @@ TEST(BlobFraming, PeerPastItsDeadlineIsRefusedEvenWhileStillSending)
     EXPECT_EQ(int(pair.connection->state()), int(BlobConnection::State::Refused));
 }
 
-TEST(BlobFraming, WriteBlobNeedsTheAcknowledgement)
+TEST(BlobFraming, BetweenBlobsTheIdleTimeCountsAndEachBlobGetsItsOwnDeadline)
 {
-    for (const char answer : {char(kAck), 'x'}) {
+    const Clock::time_point start = Clock::now();
+    const auto take = [](Pair& pair, Clock::time_point now) {
+        pair.write(header(3) + "abc");
+        pair.connection->service(now);
+        ASSERT_EQ(int(pair.connection->state()), int(BlobConnection::State::Done));
+        std::size_t length = 0;
+        ScObjects::SoHeap::freeHeap(pair.connection->takeBlob(length, now));
+    };
+    {
+        // Idle for less than its 30 seconds, a connection takes a next blob
+        // that comes long after the first one's 10 seconds.
+        Pair pair;
+        take(pair, start);
+        pair.connection->service(start + std::chrono::seconds(29));
+        EXPECT_EQ(int(pair.connection->state()), int(BlobConnection::State::Header));
+        take(pair, start + std::chrono::seconds(29));
+        // That blob's 10 seconds count from its first byte.
+        pair.write(header(3) + "a");
+        pair.connection->service(start + std::chrono::seconds(30));
+        pair.connection->service(start + std::chrono::seconds(39));
+        EXPECT_EQ(int(pair.connection->state()), int(BlobConnection::State::Body));
+        pair.connection->service(start + std::chrono::seconds(40));
+        EXPECT_EQ(int(pair.connection->state()), int(BlobConnection::State::Refused));
+    }
+    {
+        Pair pair;
+        take(pair, start);
+        pair.connection->service(start + std::chrono::seconds(30));
+        EXPECT_EQ(int(pair.connection->state()), int(BlobConnection::State::Refused));
+    }
+}
+
+TEST(BlobFraming, WriteBlobTellsTakenFromUnreadFromFailed)
+{
+    struct Row {
+        const char* what;
+        std::string answer;
+        bool closeAfterReading;
+        Delivery expected;
+    } rows[] = {
+        {"plain acknowledgement", std::string(1, char(kAck)), false, Delivery::Taken},
+        {"acknowledged, kept open", kTakenKeepOpen, false, Delivery::TakenKeepOpen},
+        {"acknowledged, something else after it", std::string{char(kAck), 'x'}, false, Delivery::Taken},
+        {"wrong answer", "x", false, Delivery::Failed},
+        {"closed without answering", "", true, Delivery::Unread},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
         int fds[2];
         ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, fds), 0);
-        ASSERT_EQ(::write(fds[1], &answer, 1), 1);
+        if (!row.answer.empty()) {
+            ASSERT_EQ(::write(fds[1], row.answer.data(), row.answer.size()), ssize_t(row.answer.size()));
+        }
+        if (row.closeAfterReading)
+            ::shutdown(fds[1], SHUT_WR);
         const std::string data = streamPattern(200);
-        EXPECT_EQ(writeBlob(fds[0], data.data(), data.size(), Clock::now() + std::chrono::seconds(1)),
-            answer == char(kAck));
+        EXPECT_EQ(int(writeBlob(fds[0], data.data(), data.size(), Clock::now() + std::chrono::seconds(1))),
+            int(row.expected));
         std::string got(kHeaderSize + 200, '\0');
         ASSERT_EQ(::read(fds[1], got.data(), got.size()), ssize_t(got.size()));
         EXPECT_EQ(got, header(200) + data);
         ::close(fds[0]);
         ::close(fds[1]);
     }
+    // A receiver that is gone before the blob leaves it unread.
+    {
+        int fds[2];
+        ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, fds), 0);
+        ::close(fds[1]);
+        EXPECT_EQ(int(writeBlob(fds[0], "x", 1, Clock::now() + std::chrono::seconds(1))), int(Delivery::Unread));
+        ::close(fds[0]);
+    }
     // A receiver that never answers costs the sender its deadline and no more.
     int fds[2];
     ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, fds), 0);
     const auto start = Clock::now();
-    EXPECT_FALSE(writeBlob(fds[0], "x", 1, start + std::chrono::milliseconds(100)));
+    EXPECT_EQ(int(writeBlob(fds[0], "x", 1, start + std::chrono::milliseconds(100))), int(Delivery::Failed));
     EXPECT_LT(Clock::now() - start, std::chrono::milliseconds(1000));
     ::close(fds[0]);
     ::close(fds[1]);

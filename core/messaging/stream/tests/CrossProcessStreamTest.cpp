@@ -4,6 +4,7 @@
 #include <atomic>
 #include <thread>
 
+#include "BlobFraming.h"
 #include "EndpointPath.h"
 #include "StreamPattern.h"
 #include "StreamTestSupport.h"
@@ -127,6 +128,10 @@ TEST_F(StreamTest, WaitEndsWhenAPeerDeliversAndTakesNothingIn)
     EXPECT_EQ(drain(inbox, 100, std::chrono::seconds(5)), streamPattern(100));
     EXPECT_EQ(peer.readLine(), "ok");
 
+    // The peer kept its connection for a next blob until it exited; the
+    // next pass lets it go.
+    EXPECT_EQ(peer.wait(), 0);
+    EXPECT_FALSE(inbox.messagePending());
     std::vector<pollfd> fds;
     inbox.appendWaitDescriptors(fds);
     EXPECT_EQ(fds.size(), 1u) << "an idle endpoint: its listening socket only";
@@ -306,4 +311,66 @@ TEST_F(StreamTest, PeerRunningAsAnotherUserCannotDeliver)
     EXPECT_EQ(same.readLine(), "acked");
     poller.stop();
     EXPECT_EQ(std::string(receiver.getMessages().c_str()), streamPattern(64));
+}
+
+TEST_F(StreamTest, KeptConnectionCarriesTheNextBlobUntilItsReceiverGoes)
+{
+    InterAppStream sender("sender", false);
+    // A send waits for its blob to be taken in, which the test does meanwhile.
+    const auto deliver = [&sender](InterAppStream& receiver, const std::string& text) {
+        bool sent = false;
+        std::thread sending([&] { sent = sender.send("tessel", SoString(text.c_str())); });
+        const std::string got = drain(receiver, text.size(), std::chrono::seconds(5));
+        sending.join();
+        return sent && got == text;
+    };
+    std::unique_ptr<InterAppStream> first(new InterAppStream("tessel", false));
+    ASSERT_TRUE(deliver(*first, "one"));
+    // With its socket file gone nobody could connect: only the connection
+    // kept from the first blob can carry the second.
+    ASSERT_EQ(::unlink(socketPath("tessel").c_str()), 0);
+    EXPECT_TRUE(deliver(*first, "two"));
+
+    // The next owner of the name gets the next blob once, on a new connection.
+    first.reset();
+    InterAppStream heir("tessel", false);
+    ASSERT_TRUE(heir.isGood());
+    EXPECT_TRUE(deliver(heir, "three"));
+    EXPECT_EQ(drain(heir, 1, std::chrono::milliseconds(100)), "");
+
+    // A receiver killed with a connection kept to it is found gone at once.
+    PeerProcess owner({"hold", "other"});
+    ASSERT_EQ(owner.readLine(), "other");
+    ASSERT_TRUE(sender.send("other", "hello"));
+    owner.killHard();
+    owner.wait();
+    const auto start = Clock::now();
+    EXPECT_FALSE(sender.send("other", "to the dead"));
+    EXPECT_LT(elapsedMs(start), 50);
+}
+
+TEST_F(StreamTest, ReceiverFullOfKeptConnectionsMakesRoomForANewSender)
+{
+    InterAppStream receiver("receiver", false);
+    Poller poller(receiver);
+    const auto deadline = [] { return Clock::now() + std::chrono::seconds(5); };
+    std::vector<int> kept;
+    for (std::size_t i = 0; i < LinuxInterAppStream::kMaxConnections; ++i) {
+        const int fd = StreamTransport::connectEndpoint(socketPath("receiver").c_str(), deadline());
+        ASSERT_GE(fd, 0);
+        ASSERT_EQ(int(StreamTransport::writeBlob(fd, "k", 1, deadline())), int(StreamTransport::Delivery::TakenKeepOpen));
+        kept.push_back(fd);
+    }
+    PeerProcess newcomer({"send", "receiver", "64"});
+    EXPECT_EQ(newcomer.readLine(), "ok");
+    // Exactly one kept connection gave way, and its sender sees it closed.
+    int closed = 0;
+    for (const int fd : kept) {
+        pollfd p{fd, POLLIN, 0};
+        closed += ::poll(&p, 1, 0) == 1 && (p.revents & (POLLHUP | POLLIN)) ? 1 : 0;
+        ::close(fd);
+    }
+    EXPECT_EQ(closed, 1);
+    poller.stop();
+    EXPECT_EQ(std::string(receiver.getMessages().c_str()), std::string(LinuxInterAppStream::kMaxConnections, 'k') + streamPattern(64));
 }
