@@ -71,8 +71,12 @@ std::unique_ptr<InterAppStream> openReplyEndpoint(const SoString& owner, unsigne
         self.setInstance(instance.c_str());
         self.setSuffix("ping");
         std::unique_ptr<InterAppStream> stream(createNextAvailableInterAppStream(self));
-        if (stream && stream->isGood())
+        if (stream && stream->isGood()) {
+            // Waited on afresh for every answer: the answering thread's
+            // connection may serve the next ping's answer too.
+            stream->setKeepsConnections(true);
             return stream;
+        }
         number = static_cast<unsigned long>(std::rand());
     }
     return nullptr;

@@ -133,19 +133,27 @@ Delivery writeBlob(int fd, const char* data, std::size_t length, Clock::time_poi
         // The answer cannot be there yet: wait first, read once.
         if (!wait(fd, POLLIN, deadline))
             return Delivery::Failed;
-        // Both bytes travel in one write, so a receiver that keeps the
-        // connection is told so in the same read.
-        unsigned char answer[2] = {0, 0};
-        const ssize_t n = ::recv(fd, answer, sizeof answer, MSG_DONTWAIT);
-        if (n >= 1 && answer[0] != kAck)
-            return Delivery::Failed;
-        if (n >= 1)
-            return n == 2 && answer[1] == kKeep ? Delivery::TakenKeepOpen : Delivery::Taken;
+        unsigned char answer = 0;
+        const ssize_t n = ::recv(fd, &answer, 1, MSG_DONTWAIT);
+        if (n == 1)
+            return answer == kAck ? Delivery::Taken : Delivery::Failed;
         if (n == 0 || errno == ECONNRESET)
             return Delivery::Unread;
         if (errno != EAGAIN && errno != EINTR)
             return Delivery::Failed;
     }
+}
+
+bool askToKeep(int fd)
+{
+    const unsigned char request = kKeep;
+    return ::send(fd, &request, 1, MSG_NOSIGNAL | MSG_DONTWAIT) == 1;
+}
+
+bool keepConfirmed(int fd)
+{
+    unsigned char answer = 0;
+    return ::recv(fd, &answer, 1, MSG_DONTWAIT) == 1 && answer == kKeep;
 }
 
 BlobConnection::BlobConnection(int fd, Clock::time_point now, Clock::duration blobTime, Clock::duration idleTime)
@@ -201,11 +209,22 @@ std::size_t BlobConnection::service(Clock::time_point now)
                 refuse();
             return taken;
         }
+        taken += std::size_t(n);
+        if (m_idle && readingHeader && m_headerRead == 0 && m_header[0] == kKeep) {
+            // A sender asking to keep the connection sends nothing more
+            // until it has our answer.
+            if (n != 1) {
+                refuse();
+                return taken;
+            }
+            const unsigned char answer = kKeep;
+            (void)::send(m_fd, &answer, 1, MSG_NOSIGNAL | MSG_DONTWAIT);
+            continue;
+        }
         if (m_idle) {
             m_idle = false;
             m_deadline = now + m_blobTime;
         }
-        taken += std::size_t(n);
         if (readingHeader) {
             const std::size_t forHeader = std::min(std::size_t(n), kHeaderSize - m_headerRead);
             m_headerRead += forHeader;
@@ -236,8 +255,8 @@ std::size_t BlobConnection::service(Clock::time_point now)
         if (m_bodyRead == m_length) {
             // The blob is ours now, whether or not the sender is still there
             // to read the answer.
-            const unsigned char answer[2] = {kAck, kKeep};
-            (void)::send(m_fd, answer, sizeof answer, MSG_NOSIGNAL | MSG_DONTWAIT);
+            const unsigned char ack = kAck;
+            (void)::send(m_fd, &ack, 1, MSG_NOSIGNAL | MSG_DONTWAIT);
             m_state = State::Done;
         }
     }

@@ -4,11 +4,12 @@
 // as 64-bit big-endian), then the bytes, and waits for the byte kAck that
 // the receiver writes once it holds the whole blob.
 //
-// Our extension: a receiver that will read a further blob on the same
-// connection writes kKeep right behind kAck, in the same write. A sender
-// that reads only the one byte of the plain exchange and closes is not
-// disturbed by it, and a sender that sees kKeep may send its next blob to
-// that endpoint on the open connection instead of connecting again.
+// Our extension, invisible to both sides of the plain exchange: after its
+// acknowledgement a sender may write the one byte kKeep. A receiver that
+// reads further blobs on the same connection answers with kKeep, and from
+// then on the sender may send its next blob to that endpoint on the open
+// connection instead of connecting again. A receiver of the plain exchange
+// closes the connection or never answers, so the sender never reuses it.
 #pragma once
 
 #include <poll.h>
@@ -54,10 +55,8 @@ enum class Delivery {
     // The receiver closed the connection without acknowledging: it did not
     // take the blob, which may be sent again on a new connection.
     Unread,
-    // Acknowledged; the connection is done.
+    // Acknowledged.
     Taken,
-    // Acknowledged, and the receiver reads the next blob on this connection.
-    TakenKeepOpen,
 };
 
 // Writes one framed blob on fd and waits for the acknowledgement. Never
@@ -65,9 +64,15 @@ enum class Delivery {
 Delivery writeBlob(int fd, const char* data, std::size_t length, Clock::time_point deadline,
     const Waiter& wait = waitFor);
 
+// After a Taken blob: asks the receiver to keep the connection (never
+// blocks); false when the request could not be written.
+bool askToKeep(int fd);
+// Whether the receiver has answered askToKeep (never blocks).
+bool keepConfirmed(int fd);
+
 // The receiving side of one connection: reads the header and the bytes as
-// they come, without ever blocking, and answers with kAck and kKeep once the
-// blob is whole. Any fault (wrong magic, a length above the cap, the peer
+// they come, without ever blocking, and answers with kAck once the blob is
+// whole. Between blobs it answers kKeep with kKeep. Any fault (wrong magic, a length above the cap, the peer
 // closing early, a read error, the deadline passing) refuses the connection.
 class BlobConnection {
 public:

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <mutex>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -16,7 +17,7 @@ namespace {
 struct Table {
     std::mutex mutex;
     // Most recently kept last.
-    std::vector<std::pair<std::string, int>> entries;
+    std::vector<std::pair<std::string, KeptConnection>> entries;
 };
 
 void lockForFork();
@@ -25,8 +26,12 @@ void forgetInChild();
 
 Table& table()
 {
+    // Never destroyed, so that a send from a late destructor still finds it,
+    // and not on the heap, so that a module unloaded with it leaks nothing:
+    // closeKeptConnections frees what it holds.
+    alignas(Table) static unsigned char storage[sizeof(Table)];
     static Table* kept = [] {
-        auto* made = new Table;
+        auto* made = new (storage) Table;
         ::pthread_atfork(lockForFork, unlockAfterFork, forgetInChild);
         return made;
     }();
@@ -47,7 +52,7 @@ void forgetInChild()
 {
     Table& kept = table();
     for (const auto& entry : kept.entries)
-        ::close(entry.second);
+        ::close(entry.second.fd);
     kept.entries.clear();
     kept.mutex.unlock();
 }
@@ -63,38 +68,38 @@ std::string keptConnectionKey(const std::string& portName)
     return key;
 }
 
-int takeKeptConnection(const std::string& key)
+bool takeKeptConnection(const std::string& key, KeptConnection& out)
 {
     Table& kept = table();
     std::lock_guard<std::mutex> guard(kept.mutex);
     const auto found = std::find_if(kept.entries.begin(), kept.entries.end(),
-        [&key](const std::pair<std::string, int>& entry) { return entry.first == key; });
+        [&key](const std::pair<std::string, KeptConnection>& entry) { return entry.first == key; });
     if (found == kept.entries.end())
-        return -1;
-    const int fd = found->second;
+        return false;
+    out = found->second;
     kept.entries.erase(found);
-    return fd;
+    return true;
 }
 
-void keepConnection(const std::string& key, int fd)
+void keepConnection(const std::string& key, KeptConnection connection)
 {
     Table& kept = table();
     int surplus = -1;
     {
         std::lock_guard<std::mutex> guard(kept.mutex);
         const auto found = std::find_if(kept.entries.begin(), kept.entries.end(),
-            [&key](const std::pair<std::string, int>& entry) { return entry.first == key; });
+            [&key](const std::pair<std::string, KeptConnection>& entry) { return entry.first == key; });
         if (found != kept.entries.end()) {
-            surplus = fd;
+            surplus = connection.fd;
         } else {
             if (kept.entries.size() >= kMaxKeptConnections) {
-                surplus = kept.entries.front().second;
+                surplus = kept.entries.front().second.fd;
                 kept.entries.erase(kept.entries.begin());
             }
             try {
-                kept.entries.emplace_back(key, fd);
+                kept.entries.emplace_back(key, connection);
             } catch (...) {
-                surplus = fd;
+                surplus = connection.fd;
             }
         }
     }
@@ -105,13 +110,13 @@ void keepConnection(const std::string& key, int fd)
 void closeKeptConnections()
 {
     Table& kept = table();
-    std::vector<std::pair<std::string, int>> closing;
+    std::vector<std::pair<std::string, KeptConnection>> closing;
     {
         std::lock_guard<std::mutex> guard(kept.mutex);
         closing.swap(kept.entries);
     }
     for (const auto& entry : closing)
-        ::close(entry.second);
+        ::close(entry.second.fd);
 }
 
 } // namespace StreamTransport

@@ -1,13 +1,14 @@
-// Connections a receiver offered to keep open, for the next blob this
-// process sends to the same endpoint.
+// Connections this process keeps open after a blob, for its next blob to
+// the same endpoint.
 //
 // A process that talks to the same peer again and again (pings, a browser
 // told of each folder) then pays for socket, connect and accept once. A
-// kept connection whose receiver has gone is found out by the next blob,
-// which the receiver never acknowledged and which then goes on a new
-// connection. The table is per process and small; a child made by fork
-// starts with none, since a connection shared by two writers would
-// interleave their blobs.
+// connection is used again only once its receiver has confirmed that it
+// reads further blobs there; one whose receiver has gone since is found out
+// by the next blob, which the receiver never acknowledged and which then
+// goes on a new connection. The table is per process and small; a child
+// made by fork starts with none, since a connection shared by two writers
+// would interleave their blobs.
 #pragma once
 
 #include <cstddef>
@@ -22,11 +23,18 @@ constexpr std::size_t kMaxKeptConnections = 16;
 // never reaches the endpoint of the same name under the old one.
 std::string keptConnectionKey(const std::string& portName);
 
-// Hands the kept connection to key over to the caller; -1 when there is none.
-int takeKeptConnection(const std::string& key);
-// Keeps fd for the next blob to key, or closes it when key already has one.
-// The connection kept longest without use is closed to make room.
-void keepConnection(const std::string& key, int fd);
+struct KeptConnection {
+    int fd = -1;
+    // Whether the receiver has answered the request to keep it.
+    bool confirmed = false;
+};
+
+// Hands the kept connection to key over to the caller; false when there is none.
+bool takeKeptConnection(const std::string& key, KeptConnection& out);
+// Keeps the connection for the next blob to key, or closes it when key
+// already has one. The connection kept longest without use is closed to
+// make room.
+void keepConnection(const std::string& key, KeptConnection connection);
 // Closes every kept connection.
 void closeKeptConnections();
 

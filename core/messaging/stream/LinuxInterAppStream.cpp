@@ -234,6 +234,12 @@ void LinuxInterAppStream::setConnectionDeadline(std::chrono::milliseconds deadli
     m_connectionDeadline = deadline;
 }
 
+void LinuxInterAppStream::setKeepsConnections(bool keeps)
+{
+    ObjectLock lock(this);
+    m_keepsConnections = keeps;
+}
+
 bool LinuxInterAppStream::send(const SoString& target, const SoString& data) const
 {
     if (m_listenFd < 0)
@@ -244,11 +250,13 @@ bool LinuxInterAppStream::send(const SoString& target, const SoString& data) con
     const std::string key = StreamTransport::keptConnectionKey(portName);
     // A kept connection that its receiver closed meanwhile did not take the
     // blob, which then goes on a new one, as if none had been kept.
-    for (int fd; (fd = StreamTransport::takeKeptConnection(key)) >= 0;) {
-        const Delivery delivery = deliver(fd, data, deadline);
-        if (delivery != Delivery::Unread)
-            return settle(key, fd, delivery);
-        ::close(fd);
+    for (StreamTransport::KeptConnection kept; StreamTransport::takeKeptConnection(key, kept);) {
+        if (kept.confirmed || StreamTransport::keepConfirmed(kept.fd)) {
+            const Delivery delivery = deliver(kept.fd, data, deadline);
+            if (delivery != Delivery::Unread)
+                return settle(key, kept.fd, delivery, true);
+        }
+        ::close(kept.fd);
     }
     StreamTransport::EndpointPaths paths;
     if (!StreamTransport::endpointPaths(portName, paths))
@@ -256,7 +264,7 @@ bool LinuxInterAppStream::send(const SoString& target, const SoString& data) con
     const int fd = StreamTransport::connectEndpoint(paths.socket.c_str(), deadline);
     if (fd < 0)
         return false;
-    return settle(key, fd, deliver(fd, data, deadline));
+    return settle(key, fd, deliver(fd, data, deadline), false);
 }
 
 Delivery LinuxInterAppStream::deliver(int fd, const SoString& data, Clock::time_point deadline) const
@@ -266,13 +274,19 @@ Delivery LinuxInterAppStream::deliver(int fd, const SoString& data, Clock::time_
         [this](int peer, short events, Clock::time_point until) { return waitServingOurOwn(peer, events, until); });
 }
 
-bool LinuxInterAppStream::settle(const std::string& key, int fd, Delivery delivery)
+bool LinuxInterAppStream::settle(const std::string& key, int fd, Delivery delivery, bool confirmed)
 {
-    if (delivery == Delivery::TakenKeepOpen)
-        StreamTransport::keepConnection(key, fd);
+    if (delivery != Delivery::Taken) {
+        ::close(fd);
+        return false;
+    }
+    // Asked once per connection; the answer is looked for when the next
+    // blob to that endpoint comes, so nobody waits for it.
+    if (confirmed || StreamTransport::askToKeep(fd))
+        StreamTransport::keepConnection(key, StreamTransport::KeptConnection{fd, confirmed});
     else
         ::close(fd);
-    return delivery == Delivery::Taken || delivery == Delivery::TakenKeepOpen;
+    return true;
 }
 
 bool LinuxInterAppStream::waitServingOurOwn(int peer, short events, Clock::time_point deadline) const
@@ -351,7 +365,9 @@ bool LinuxInterAppStream::servicePass(int waitMs) const
             ref.release();
             moved = true;
         }
-        if (connection.state() == BlobConnection::State::Refused)
+        // An endpoint that does not keep connections ends each after its
+        // blob, so that a sender asking to keep it is never answered.
+        if (connection.state() == BlobConnection::State::Refused || (connection.isIdle() && !m_keepsConnections))
             m_connections.erase(m_connections.begin() + long(i));
         else
             ++i;

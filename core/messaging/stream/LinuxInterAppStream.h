@@ -11,9 +11,11 @@
 // kSendTimeout. The receiver accepts only its own user's peers
 // (SO_PEERCRED), caps the length before allocating, and gives each blob a
 // deadline, so that a stalled or hostile peer costs it nothing but one file
-// descriptor for a while. It keeps a connection open after a blob, for
-// kIdleConnectionTime or until a new peer needs the room, and the sender
-// keeps it for its next blob to that endpoint (KeptConnections.h).
+// descriptor for a while. An endpoint that keeps connections
+// (setKeepsConnections) leaves one open after a blob, for
+// kIdleConnectionTime or until a new peer needs the room, and says so when
+// the sender asks; the sender then sends its next blob to that endpoint on
+// it (KeptConnections.h). Others close it, as in the plain exchange.
 //
 // messagePending must be called from one thread at a time (it takes the
 // stream lock); send may be called from any thread.
@@ -78,6 +80,12 @@ public:
     // How long one peer may take to deliver its blob, from its connection
     // being accepted; kSendTimeout unless changed.
     void setConnectionDeadline(std::chrono::milliseconds deadline);
+    // Our extension: whether a connection stays open after its blob for the
+    // sender's next one, which the sender learns when it asks. Off unless
+    // set: only an owner that waits on appendWaitDescriptors taken afresh
+    // each time sees blobs arriving on such a connection, one that watches
+    // the listening socket alone would not.
+    void setKeepsConnections(bool keeps);
 
     // Waiting instead of sleeping between polls: a sender's blob is only
     // acknowledged once we take it in, so every millisecond a poller sleeps
@@ -100,9 +108,10 @@ private:
     // One blob on fd, under the send lock.
     StreamTransport::Delivery deliver(
         int fd, const ScObjects::SoString& data, std::chrono::steady_clock::time_point deadline) const;
-    // Keeps fd for the next blob to key when the receiver offered that,
-    // else closes it; whether the blob was delivered.
-    static bool settle(const std::string& key, int fd, StreamTransport::Delivery delivery);
+    // Keeps fd for the next blob to key after a delivery, asking its
+    // receiver to keep it too unless it confirmed that already; else closes
+    // it. Whether the blob was delivered.
+    static bool settle(const std::string& key, int fd, StreamTransport::Delivery delivery, bool confirmed);
     // Whether a new peer may join the connections being read, giving it the
     // place of one kept between blobs when they are all taken.
     bool makeRoom() const;
@@ -120,4 +129,5 @@ private:
     ScObjects::SoLockable m_sendLock;
     mutable std::vector<std::unique_ptr<StreamTransport::BlobConnection>> m_connections;
     std::chrono::milliseconds m_connectionDeadline = kSendTimeout;
+    bool m_keepsConnections = false;
 };

@@ -98,6 +98,10 @@ bool TesselTalkThread::setContext(TesselTalkContext* context)
     if (!m_stream || wanted != m_stream->name()) {
         delete m_stream;
         m_stream = TesselTalkUtils::createNextAvailableInterAppStream(wanted);
+        // The thread waits on the stream's descriptors taken afresh on every
+        // pass, so a ping may come on a connection kept from the last one.
+        if (m_stream)
+            m_stream->setKeepsConnections(true);
         m_threadSpecifier = m_stream ? m_stream->name() : wanted;
     }
     m_context = context;
@@ -341,6 +345,7 @@ void TesselTalkThread::run()
             m_stream = TesselTalkUtils::createNextAvailableInterAppStream(m_threadSpecifier);
             if (!m_stream)
                 return;
+            m_stream->setKeepsConnections(true);
             m_threadSpecifier = m_stream->name();
         }
     }

@@ -49,7 +49,8 @@ struct Pair {
     BlobConnection* connection;
 };
 
-const std::string kTakenKeepOpen{char(kAck), char(kKeep)};
+const std::string kAcked(1, char(kAck));
+const std::string kKept(1, char(kKeep));
 
 } // namespace
 
@@ -81,7 +82,7 @@ TEST(BlobFraming, FramesAreTakenOrRefusedByTheirFirstBytes)
             ::shutdown(pair.peer, SHUT_WR);
         pair.connection->service(Clock::now());
         EXPECT_EQ(int(pair.connection->state()), int(row.state));
-        EXPECT_EQ(pair.answer(), row.state == BlobConnection::State::Done ? kTakenKeepOpen : "");
+        EXPECT_EQ(pair.answer(), row.state == BlobConnection::State::Done ? kAcked : "");
     }
 }
 
@@ -100,7 +101,7 @@ TEST(BlobFraming, BlobsArrivingByteByByteAreWholeAndEachAcknowledgedOnce)
         }
         EXPECT_EQ(taken, frame.size());
         ASSERT_EQ(int(pair.connection->state()), int(BlobConnection::State::Done));
-        EXPECT_EQ(pair.answer(), kTakenKeepOpen);
+        EXPECT_EQ(pair.answer(), kAcked);
         EXPECT_FALSE(pair.connection->isIdle());
         std::size_t length = 0;
         char* blob = pair.connection->takeBlob(length, Clock::now());
@@ -109,10 +110,40 @@ TEST(BlobFraming, BlobsArrivingByteByByteAreWholeAndEachAcknowledgedOnce)
         EXPECT_EQ(int(pair.connection->state()), int(BlobConnection::State::Header));
         EXPECT_TRUE(pair.connection->isIdle());
     }
+    // Between blobs, and only there, a request to keep the connection is
+    // answered and changes nothing else.
+    pair.write(kKept);
+    pair.connection->service(Clock::now());
+    EXPECT_EQ(pair.answer(), kKept);
+    EXPECT_TRUE(pair.connection->isIdle());
     // The sender going away between blobs ends the connection.
     ::shutdown(pair.peer, SHUT_WR);
     pair.connection->service(Clock::now());
     EXPECT_EQ(int(pair.connection->state()), int(BlobConnection::State::Refused));
+}
+
+TEST(BlobFraming, KeepRequestOutOfPlaceIsRefused)
+{
+    {
+        // Before any blob it is only the start of a header with a wrong magic.
+        Pair fresh;
+        fresh.write(kKept);
+        fresh.connection->service(Clock::now());
+        EXPECT_EQ(fresh.answer(), "");
+        fresh.write(header(1).substr(1));
+        fresh.connection->service(Clock::now());
+        EXPECT_EQ(int(fresh.connection->state()), int(BlobConnection::State::Refused));
+    }
+    Pair pair;
+    pair.write(header(1) + "x");
+    pair.connection->service(Clock::now());
+    std::size_t length = 0;
+    ScObjects::SoHeap::freeHeap(pair.connection->takeBlob(length, Clock::now()));
+    EXPECT_EQ(pair.answer(), kAcked);
+    pair.write(kKept + header(1) + "y");
+    pair.connection->service(Clock::now());
+    EXPECT_EQ(int(pair.connection->state()), int(BlobConnection::State::Refused)) << "a blob before the answer";
+    EXPECT_EQ(pair.answer(), "");
 }
 
 TEST(BlobFraming, PeerPastItsDeadlineIsRefusedEvenWhileStillSending)
@@ -167,9 +198,7 @@ TEST(BlobFraming, WriteBlobTellsTakenFromUnreadFromFailed)
         bool closeAfterReading;
         Delivery expected;
     } rows[] = {
-        {"plain acknowledgement", std::string(1, char(kAck)), false, Delivery::Taken},
-        {"acknowledged, kept open", kTakenKeepOpen, false, Delivery::TakenKeepOpen},
-        {"acknowledged, something else after it", std::string{char(kAck), 'x'}, false, Delivery::Taken},
+        {"acknowledged", kAcked, false, Delivery::Taken},
         {"wrong answer", "x", false, Delivery::Failed},
         {"closed without answering", "", true, Delivery::Unread},
     };
@@ -190,6 +219,23 @@ TEST(BlobFraming, WriteBlobTellsTakenFromUnreadFromFailed)
         EXPECT_EQ(got, header(200) + data);
         ::close(fds[0]);
         ::close(fds[1]);
+    }
+    // Asking to keep a connection never waits; the answer is looked for later.
+    {
+        int fds[2];
+        ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, fds), 0);
+        EXPECT_TRUE(askToKeep(fds[0]));
+        EXPECT_FALSE(keepConfirmed(fds[0]));
+        char request = 0;
+        ASSERT_EQ(::read(fds[1], &request, 1), 1);
+        EXPECT_EQ(request, char(kKeep));
+        ASSERT_EQ(::write(fds[1], "x", 1), 1);
+        EXPECT_FALSE(keepConfirmed(fds[0])) << "only kKeep confirms";
+        ASSERT_EQ(::write(fds[1], kKept.data(), 1), 1);
+        EXPECT_TRUE(keepConfirmed(fds[0]));
+        ::close(fds[1]);
+        EXPECT_FALSE(askToKeep(fds[0])) << "nobody there to ask";
+        ::close(fds[0]);
     }
     // A receiver that is gone before the blob leaves it unread.
     {

@@ -1,7 +1,10 @@
 #include <pwd.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 
 #include <atomic>
+#include <cstring>
 #include <thread>
 
 #include "BlobFraming.h"
@@ -325,7 +328,10 @@ TEST_F(StreamTest, KeptConnectionCarriesTheNextBlobUntilItsReceiverGoes)
         return sent && got == text;
     };
     std::unique_ptr<InterAppStream> first(new InterAppStream("tessel", false));
+    first->setKeepsConnections(true);
     ASSERT_TRUE(deliver(*first, "one"));
+    // The receiver's next passes answer the sender's request to keep it.
+    EXPECT_EQ(drain(*first, 1, std::chrono::milliseconds(100)), "");
     // With its socket file gone nobody could connect: only the connection
     // kept from the first blob can carry the second.
     ASSERT_EQ(::unlink(socketPath("tessel").c_str()), 0);
@@ -337,6 +343,13 @@ TEST_F(StreamTest, KeptConnectionCarriesTheNextBlobUntilItsReceiverGoes)
     ASSERT_TRUE(heir.isGood());
     EXPECT_TRUE(deliver(heir, "three"));
     EXPECT_EQ(drain(heir, 1, std::chrono::milliseconds(100)), "");
+
+    // An endpoint that does not keep connections never confirms: with its
+    // socket gone, the next blob finds nobody.
+    EXPECT_TRUE(deliver(heir, "four"));
+    EXPECT_EQ(drain(heir, 1, std::chrono::milliseconds(100)), "");
+    ASSERT_EQ(::unlink(socketPath("tessel").c_str()), 0);
+    EXPECT_FALSE(sender.send("tessel", "five"));
 
     // A receiver killed with a connection kept to it is found gone at once.
     PeerProcess owner({"hold", "other"});
@@ -352,13 +365,14 @@ TEST_F(StreamTest, KeptConnectionCarriesTheNextBlobUntilItsReceiverGoes)
 TEST_F(StreamTest, ReceiverFullOfKeptConnectionsMakesRoomForANewSender)
 {
     InterAppStream receiver("receiver", false);
+    receiver.setKeepsConnections(true);
     Poller poller(receiver);
     const auto deadline = [] { return Clock::now() + std::chrono::seconds(5); };
     std::vector<int> kept;
     for (std::size_t i = 0; i < LinuxInterAppStream::kMaxConnections; ++i) {
         const int fd = StreamTransport::connectEndpoint(socketPath("receiver").c_str(), deadline());
         ASSERT_GE(fd, 0);
-        ASSERT_EQ(int(StreamTransport::writeBlob(fd, "k", 1, deadline())), int(StreamTransport::Delivery::TakenKeepOpen));
+        ASSERT_EQ(int(StreamTransport::writeBlob(fd, "k", 1, deadline())), int(StreamTransport::Delivery::Taken));
         kept.push_back(fd);
     }
     PeerProcess newcomer({"send", "receiver", "64"});
@@ -373,4 +387,42 @@ TEST_F(StreamTest, ReceiverFullOfKeptConnectionsMakesRoomForANewSender)
     EXPECT_EQ(closed, 1);
     poller.stop();
     EXPECT_EQ(std::string(receiver.getMessages().c_str()), std::string(LinuxInterAppStream::kMaxConnections, 'k') + streamPattern(64));
+}
+
+TEST_F(StreamTest, ReceiverOfThePlainExchangeGetsEachBlobOnANewConnection)
+{
+    // A receiver that acknowledges each blob and then neither reads nor
+    // closes its end: asked to keep a connection, it never confirms.
+    const std::string path = socketPath("plain");
+    const int listener = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::strcpy(address.sun_path, path.c_str());
+    ASSERT_EQ(::bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    ASSERT_EQ(::listen(listener, 8), 0);
+    std::vector<int> accepted;
+    std::thread plain([&] {
+        for (int i = 0; i < 3; ++i) {
+            const int fd = ::accept(listener, nullptr, nullptr);
+            if (fd < 0)
+                return;
+            std::string frame(StreamTransport::kHeaderSize + 5, '\0');
+            if (::recv(fd, frame.data(), frame.size(), MSG_WAITALL) != ssize_t(frame.size()))
+                return;
+            const char ack = char(StreamTransport::kAck);
+            ASSERT_EQ(::send(fd, &ack, 1, MSG_NOSIGNAL), 1);
+            accepted.push_back(fd);
+        }
+    });
+    InterAppStream sender("sender", false);
+    for (const char* text : {"first", "again", "third"}) {
+        const auto start = Clock::now();
+        EXPECT_TRUE(sender.send("plain", text)) << text;
+        EXPECT_LT(elapsedMs(start), 1000) << text;
+    }
+    plain.join();
+    EXPECT_EQ(accepted.size(), 3u);
+    for (const int fd : accepted)
+        ::close(fd);
+    ::close(listener);
 }

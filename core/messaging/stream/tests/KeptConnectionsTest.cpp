@@ -23,27 +23,41 @@ int freshDescriptor()
     return ::open("/dev/null", O_RDONLY | O_CLOEXEC);
 }
 
+// The descriptor kept for key, -1 when none; the connection is taken out.
+int take(const std::string& key, bool* confirmed = nullptr)
+{
+    KeptConnection kept;
+    if (!takeKeptConnection(key, kept))
+        return -1;
+    if (confirmed)
+        *confirmed = kept.confirmed;
+    return kept.fd;
+}
+
 } // namespace
 
 TEST(KeptConnections, OnePerEndpointHandedOutOnceAndTheOldestMakesRoom)
 {
     closeKeptConnections();
     const int first = freshDescriptor();
-    keepConnection("a", first);
+    keepConnection("a", {first, true});
     const int twin = freshDescriptor();
-    keepConnection("a", twin);
+    keepConnection("a", {twin, false});
     EXPECT_FALSE(isOpen(twin)) << "a second connection to one endpoint is closed, not kept";
-    EXPECT_EQ(takeKeptConnection("a"), first);
-    EXPECT_EQ(takeKeptConnection("a"), -1);
+    bool confirmed = false;
+    EXPECT_EQ(take("a", &confirmed), first);
+    EXPECT_TRUE(confirmed);
+    EXPECT_EQ(take("a"), -1);
 
     std::vector<int> fds;
     for (std::size_t i = 0; i <= kMaxKeptConnections; ++i) {
         fds.push_back(freshDescriptor());
-        keepConnection("e" + std::to_string(i), fds.back());
+        keepConnection("e" + std::to_string(i), {fds.back(), false});
     }
     EXPECT_FALSE(isOpen(fds[0])) << "the one kept longest went";
-    EXPECT_EQ(takeKeptConnection("e0"), -1);
-    EXPECT_EQ(takeKeptConnection("e1"), fds[1]);
+    EXPECT_EQ(take("e0"), -1);
+    EXPECT_EQ(take("e1", &confirmed), fds[1]);
+    EXPECT_FALSE(confirmed);
     closeKeptConnections();
     for (std::size_t i = 2; i < fds.size(); ++i)
         EXPECT_FALSE(isOpen(fds[i]));
@@ -66,13 +80,13 @@ TEST(KeptConnections, KeyFollowsTheRuntimeDirectoryAndAForkedChildStartsWithNone
         ::unsetenv("XDG_RUNTIME_DIR");
 
     const int fd = freshDescriptor();
-    keepConnection("shared", fd);
+    keepConnection("shared", {fd, true});
     const pid_t child = ::fork();
     if (child == 0)
-        ::_exit(takeKeptConnection("shared") == -1 && !isOpen(fd) ? 0 : 1);
+        ::_exit(take("shared") == -1 && !isOpen(fd) ? 0 : 1);
     int status = 0;
     ASSERT_EQ(::waitpid(child, &status, 0), child);
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-    EXPECT_EQ(takeKeptConnection("shared"), fd) << "the parent keeps its own";
+    EXPECT_EQ(take("shared"), fd) << "the parent keeps its own";
     ::close(fd);
 }

@@ -27,8 +27,13 @@ std::size_t takeAndCheck(BlobConnection& connection, int peer, const uint8_t* da
     if (length != announced || (length && std::memcmp(blob, data + at + kHeaderSize, length) != 0))
         __builtin_trap();
     ScObjects::SoHeap::freeHeap(blob);
-    char answer[2] = {0, 0};
-    if (::recv(peer, answer, 2, 0) != 2 || answer[0] != char(kAck) || answer[1] != char(kKeep))
+    // Keep requests in the input between frames were answered first.
+    char answer = char(kKeep);
+    while (answer == char(kKeep)) {
+        if (::recv(peer, &answer, 1, 0) != 1)
+            __builtin_trap();
+    }
+    if (answer != char(kAck))
         __builtin_trap();
     if (connection.state() != BlobConnection::State::Header || !connection.isIdle())
         __builtin_trap();
