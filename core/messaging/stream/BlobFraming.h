@@ -72,8 +72,9 @@ bool keepConfirmed(int fd);
 
 // The receiving side of one connection: reads the header and the bytes as
 // they come, without ever blocking, and answers with kAck once the blob is
-// whole. Between blobs it answers kKeep with kKeep. Any fault (wrong magic, a length above the cap, the peer
-// closing early, a read error, the deadline passing) refuses the connection.
+// whole. Between blobs it answers kKeep with kKeep. Any fault (wrong magic,
+// a length above the cap, the peer closing early, a read error, the deadline
+// passing) refuses the connection.
 class BlobConnection {
 public:
     enum class State { Header, Body, Done, Refused };

@@ -14,11 +14,19 @@ namespace StreamTransport {
 
 namespace {
 
+using Entries = std::vector<std::pair<std::string, KeptConnection>>;
+
 struct Table {
     std::mutex mutex;
     // Most recently kept last.
-    std::vector<std::pair<std::string, KeptConnection>> entries;
+    Entries entries;
 };
+
+Entries::iterator find(Entries& entries, const std::string& key)
+{
+    return std::find_if(entries.begin(), entries.end(),
+        [&key](const Entries::value_type& entry) { return entry.first == key; });
+}
 
 void lockForFork();
 void unlockAfterFork();
@@ -72,8 +80,7 @@ bool takeKeptConnection(const std::string& key, KeptConnection& out)
 {
     Table& kept = table();
     std::lock_guard<std::mutex> guard(kept.mutex);
-    const auto found = std::find_if(kept.entries.begin(), kept.entries.end(),
-        [&key](const std::pair<std::string, KeptConnection>& entry) { return entry.first == key; });
+    const auto found = find(kept.entries, key);
     if (found == kept.entries.end())
         return false;
     out = found->second;
@@ -87,9 +94,7 @@ void keepConnection(const std::string& key, KeptConnection connection)
     int surplus = -1;
     {
         std::lock_guard<std::mutex> guard(kept.mutex);
-        const auto found = std::find_if(kept.entries.begin(), kept.entries.end(),
-            [&key](const std::pair<std::string, KeptConnection>& entry) { return entry.first == key; });
-        if (found != kept.entries.end()) {
+        if (find(kept.entries, key) != kept.entries.end()) {
             surplus = connection.fd;
         } else {
             if (kept.entries.size() >= kMaxKeptConnections) {
@@ -110,7 +115,7 @@ void keepConnection(const std::string& key, KeptConnection connection)
 void closeKeptConnections()
 {
     Table& kept = table();
-    std::vector<std::pair<std::string, KeptConnection>> closing;
+    Entries closing;
     {
         std::lock_guard<std::mutex> guard(kept.mutex);
         closing.swap(kept.entries);

@@ -35,6 +35,16 @@ MessagingThread* makeThread(TesselTalkContext* context, const SoString& appSpec)
     return new TesselTalkThread(context, appSpec);
 }
 
+// The thread's endpoint. The thread waits on its descriptors taken afresh
+// on every pass, so a ping may come on a connection kept from the last one.
+InterAppStream* openThreadStream(const SoString& name)
+{
+    InterAppStream* stream = TesselTalkUtils::createNextAvailableInterAppStream(name);
+    if (stream)
+        stream->setKeepsConnections(true);
+    return stream;
+}
+
 } // namespace
 
 TesselTalkThread::PingData::~PingData()
@@ -97,11 +107,7 @@ bool TesselTalkThread::setContext(TesselTalkContext* context)
     const SoString wanted = createThreadSpecifier(context->getAppSpecifier());
     if (!m_stream || wanted != m_stream->name()) {
         delete m_stream;
-        m_stream = TesselTalkUtils::createNextAvailableInterAppStream(wanted);
-        // The thread waits on the stream's descriptors taken afresh on every
-        // pass, so a ping may come on a connection kept from the last one.
-        if (m_stream)
-            m_stream->setKeepsConnections(true);
+        m_stream = openThreadStream(wanted);
         m_threadSpecifier = m_stream ? m_stream->name() : wanted;
     }
     m_context = context;
@@ -342,10 +348,9 @@ void TesselTalkThread::run()
     {
         ObjectLock guard(this);
         if (!m_stream) {
-            m_stream = TesselTalkUtils::createNextAvailableInterAppStream(m_threadSpecifier);
+            m_stream = openThreadStream(m_threadSpecifier);
             if (!m_stream)
                 return;
-            m_stream->setKeepsConnections(true);
             m_threadSpecifier = m_stream->name();
         }
     }
