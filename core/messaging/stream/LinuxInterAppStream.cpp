@@ -236,7 +236,6 @@ void LinuxInterAppStream::setConnectionDeadline(std::chrono::milliseconds deadli
 
 void LinuxInterAppStream::setKeepsConnections(bool keeps)
 {
-    ObjectLock lock(this);
     m_keepsConnections = keeps;
 }
 
@@ -274,7 +273,7 @@ Delivery LinuxInterAppStream::deliver(int fd, const SoString& data, Clock::time_
         [this](int peer, short events, Clock::time_point until) { return waitServingOurOwn(peer, events, until); });
 }
 
-bool LinuxInterAppStream::settle(const std::string& key, int fd, Delivery delivery, bool confirmed)
+bool LinuxInterAppStream::settle(const std::string& key, int fd, Delivery delivery, bool confirmed) const
 {
     if (delivery != Delivery::Taken) {
         ::close(fd);
@@ -282,7 +281,7 @@ bool LinuxInterAppStream::settle(const std::string& key, int fd, Delivery delive
     }
     // Asked once per connection; the answer is looked for when the next
     // blob to that endpoint comes, so nobody waits for it.
-    if (confirmed || StreamTransport::askToKeep(fd))
+    if (confirmed || (m_keepsConnections && StreamTransport::askToKeep(fd)))
         StreamTransport::keepConnection(key, StreamTransport::KeptConnection{fd, confirmed});
     else
         ::close(fd);

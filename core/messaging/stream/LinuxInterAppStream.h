@@ -23,6 +23,7 @@
 
 #include <poll.h>
 
+#include <atomic>
 #include <chrono>
 #include <memory>
 #include <string>
@@ -81,10 +82,12 @@ public:
     // being accepted; kSendTimeout unless changed.
     void setConnectionDeadline(std::chrono::milliseconds deadline);
     // Our extension: whether a connection stays open after its blob for the
-    // sender's next one, which the sender learns when it asks. Off unless
-    // set: only an owner that waits on appendWaitDescriptors taken afresh
-    // each time sees blobs arriving on such a connection, one that watches
-    // the listening socket alone would not.
+    // sender's next one, which the sender learns when it asks; such an
+    // endpoint also asks the endpoints it sends to. Off unless set: only an
+    // owner that waits on appendWaitDescriptors taken afresh each time sees
+    // blobs arriving on such a connection, one that watches the listening
+    // socket alone would not. And an endpoint that does not keep its own
+    // talks mostly to others like it, which would only refuse.
     void setKeepsConnections(bool keeps);
 
     // Waiting instead of sleeping between polls: a sender's blob is only
@@ -108,10 +111,10 @@ private:
     // One blob on fd, under the send lock.
     StreamTransport::Delivery deliver(
         int fd, const ScObjects::SoString& data, std::chrono::steady_clock::time_point deadline) const;
-    // Keeps fd for the next blob to key after a delivery, asking its
-    // receiver to keep it too unless it confirmed that already; else closes
-    // it. Whether the blob was delivered.
-    static bool settle(const std::string& key, int fd, StreamTransport::Delivery delivery, bool confirmed);
+    // Keeps fd for the next blob to key after a delivery when its receiver
+    // confirmed that already, or asks it to when we keep connections
+    // ourselves; else closes it. Whether the blob was delivered.
+    bool settle(const std::string& key, int fd, StreamTransport::Delivery delivery, bool confirmed) const;
     // Whether a new peer may join the connections being read, giving it the
     // place of one kept between blobs when they are all taken.
     bool makeRoom() const;
@@ -129,5 +132,5 @@ private:
     ScObjects::SoLockable m_sendLock;
     mutable std::vector<std::unique_ptr<StreamTransport::BlobConnection>> m_connections;
     std::chrono::milliseconds m_connectionDeadline = kSendTimeout;
-    bool m_keepsConnections = false;
+    std::atomic<bool> m_keepsConnections{false};
 };

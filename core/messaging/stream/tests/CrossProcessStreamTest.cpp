@@ -319,14 +319,19 @@ TEST_F(StreamTest, PeerRunningAsAnotherUserCannotDeliver)
 TEST_F(StreamTest, KeptConnectionCarriesTheNextBlobUntilItsReceiverGoes)
 {
     InterAppStream sender("sender", false);
+    sender.setKeepsConnections(true);
     // A send waits for its blob to be taken in, which the test does meanwhile.
-    const auto deliver = [&sender](InterAppStream& receiver, const std::string& text,
-                             std::chrono::milliseconds limit = std::chrono::seconds(5)) {
+    const auto deliverFrom = [](InterAppStream& from, InterAppStream& receiver, const char* name,
+                                 const std::string& text, std::chrono::milliseconds limit = std::chrono::seconds(5)) {
         bool sent = false;
-        std::thread sending([&] { sent = sender.send("tessel", SoString(text.c_str())); });
+        std::thread sending([&] { sent = from.send(name, SoString(text.c_str())); });
         const std::string got = drain(receiver, text.size(), limit);
         sending.join();
         return sent && got == text;
+    };
+    const auto deliver = [&](InterAppStream& receiver, const std::string& text,
+                             std::chrono::milliseconds limit = std::chrono::seconds(5)) {
+        return deliverFrom(sender, receiver, "tessel", text, limit);
     };
     std::unique_ptr<InterAppStream> first(new InterAppStream("tessel", false));
     first->setKeepsConnections(true);
@@ -351,6 +356,16 @@ TEST_F(StreamTest, KeptConnectionCarriesTheNextBlobUntilItsReceiverGoes)
     EXPECT_EQ(drain(heir, 1, std::chrono::milliseconds(100)), "");
     ASSERT_EQ(::unlink(socketPath("tessel").c_str()), 0);
     EXPECT_FALSE(deliver(heir, "five", std::chrono::milliseconds(300)));
+
+    // A sender that does not keep its own connections does not ask for
+    // them to be kept, even of a receiver that would.
+    InterAppStream keeper("keeper", false);
+    keeper.setKeepsConnections(true);
+    InterAppStream plainSender("plainsender", false);
+    EXPECT_TRUE(deliverFrom(plainSender, keeper, "keeper", "six"));
+    EXPECT_EQ(drain(keeper, 1, std::chrono::milliseconds(100)), "");
+    ASSERT_EQ(::unlink(socketPath("keeper").c_str()), 0);
+    EXPECT_FALSE(deliverFrom(plainSender, keeper, "keeper", "seven", std::chrono::milliseconds(300)));
 
     // A receiver killed with a connection kept to it is found gone at once.
     PeerProcess owner({"hold", "other"});
@@ -419,6 +434,7 @@ TEST_F(StreamTest, ReceiverOfThePlainExchangeGetsEachBlobOnANewConnection)
         }
     });
     InterAppStream sender("sender", false);
+    sender.setKeepsConnections(true);
     for (const char* text : {"first", "again", "third"}) {
         const auto start = Clock::now();
         EXPECT_TRUE(sender.send("plain", text)) << text;
