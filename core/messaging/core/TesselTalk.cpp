@@ -421,8 +421,11 @@ bool TesselTalk::queueIncoming(Message* message)
     if (!m_in.append(message))
         return false;
     if (m_arrivalFd >= 0) {
-        const std::uint64_t one = 1;
-        [[maybe_unused]] const ssize_t written = ::write(m_arrivalFd, &one, sizeof one);
+        std::lock_guard<std::mutex> guard(m_arrivalLock);
+        if (!m_arrivalSignalled) {
+            const std::uint64_t one = 1;
+            m_arrivalSignalled = ::write(m_arrivalFd, &one, sizeof one) == sizeof one;
+        }
     }
     return true;
 }

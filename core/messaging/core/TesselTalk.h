@@ -9,6 +9,7 @@
 
 #include <poll.h>
 
+#include <mutex>
 #include <vector>
 
 #include "Message.h"
@@ -187,6 +188,11 @@ private:
     // the messaging thread takes messages in too, and a waiting pump must
     // not sleep through them. -1 when it could not be made.
     int m_arrivalFd = -1;
+    // Whether m_arrivalFd is readable, so that it is written once per
+    // arrival and read only when set, not on every message and every pass.
+    // Both under m_arrivalLock, which keeps the two in step.
+    std::mutex m_arrivalLock;
+    bool m_arrivalSignalled = false;
     TesselTalkContext* m_context = nullptr;
     bool m_ranInit = false;
 };

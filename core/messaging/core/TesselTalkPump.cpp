@@ -175,8 +175,12 @@ bool TesselTalk::processIncomingMessage(unsigned long serial, bool process)
 {
     if (process && m_arrivalFd >= 0) {
         // What the signal announced is handled now or on a later call.
-        std::uint64_t count;
-        [[maybe_unused]] const ssize_t read = ::read(m_arrivalFd, &count, sizeof count);
+        std::lock_guard<std::mutex> guard(m_arrivalLock);
+        if (m_arrivalSignalled) {
+            std::uint64_t count;
+            [[maybe_unused]] const ssize_t read = ::read(m_arrivalFd, &count, sizeof count);
+            m_arrivalSignalled = false;
+        }
     }
     m_in.removeExpiredMessages();
     takeInFromStream();
