@@ -1,6 +1,7 @@
 #include "SoString.h"
 
 #include <cctype>
+#include <charconv>
 #include <cstdio>
 #include <cstring>
 #include <new>
@@ -177,11 +178,24 @@ SoString& operator<<(SoString& s, const char* text)
     return s;
 }
 
+// Numbers are printed without the printf family: a process that never
+// formats anything else then never loads that code at all.
 SoString& operator<<(SoString& s, unsigned long value)
 {
-    char buffer[32];
-    const int n = std::snprintf(buffer, sizeof buffer, "%lu", value);
-    s.append(buffer, n);
+    char buffer[24];
+    const std::to_chars_result end = std::to_chars(buffer, buffer + sizeof buffer, value);
+    s.append(buffer, end.ptr - buffer);
+    return s;
+}
+
+SoString& appendHexByte(SoString& s, unsigned char byte)
+{
+    static const char kDigits[] = "0123456789ABCDEF";
+    const char pair[2] = {kDigits[byte >> 4], kDigits[byte & 15]};
+    if (byte < 16)
+        s.append(pair + 1, 1);
+    else
+        s.append(pair, 2);
     return s;
 }
 

@@ -82,6 +82,9 @@ SoString& operator<<(SoString& s, const char* text);
 SoString& operator<<(SoString& s, unsigned long value);
 // Printed with "%lu": a negative value appears as its unsigned 64-bit form.
 SoString& operator<<(SoString& s, long value);
+// Upper-case hexadecimal without a leading zero ("%X" of one byte): how
+// digests and identifiers print their bytes.
+SoString& appendHexByte(SoString& s, unsigned char byte);
 // Printed with "%.0f", so halves round to even.
 SoString& operator<<(SoString& s, double value);
 // Plain int literals print as the long overload does.

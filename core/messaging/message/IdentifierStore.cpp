@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
@@ -29,7 +28,8 @@ bool isPlainName(const char* name)
 }
 
 // The whole file, whatever its size, or false when it cannot be read to the
-// size that it had when opened.
+// size that it had when opened; errno is then ENOENT only when there is no
+// such file.
 bool readWhole(const std::string& path, SoString& out)
 {
     const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
@@ -58,6 +58,8 @@ bool readWhole(const std::string& path, SoString& out)
         }
     }
     ::close(fd);
+    if (!ok)
+        errno = EIO;
     return ok;
 }
 
@@ -67,11 +69,8 @@ SoString newIdentifier()
     if (!randomBytes(bytes, sizeof bytes))
         return SoString();
     SoString id;
-    for (unsigned char byte : bytes) {
-        char hex[4];
-        std::snprintf(hex, sizeof hex, "%X", byte);
-        id << hex;
-    }
+    for (unsigned char byte : bytes)
+        appendHexByte(id, byte);
     id.shrink(kMaxKeyLength);
     return id;
 }
@@ -102,8 +101,10 @@ SoString getID(const char* name)
     const std::string path = folder + "/" + name;
 
     SoString id;
-    if (access(path.c_str(), F_OK) == 0)
-        return readWhole(path, id) ? id : SoString();
+    if (readWhole(path, id))
+        return id;
+    if (errno != ENOENT)
+        return SoString();
 
     if (::mkdir(folder.c_str(), 0771) == 0)
         ::chmod(folder.c_str(), 0771); // the umask must not narrow it

@@ -1,6 +1,6 @@
 #include "Message.h"
 
-#include <cstdio>
+#include <charconv>
 #include <cstring>
 
 #include "MessageGlobals.h"
@@ -108,15 +108,15 @@ void Message::setHeader(const char* name, const char* value)
 
 void Message::setHeader(const char* name, long value)
 {
-    char text[32];
-    std::snprintf(text, sizeof text, "%ld", value);
+    char text[24];
+    *std::to_chars(text, text + sizeof text - 1, value).ptr = 0;
     setHeader(name, text);
 }
 
 void Message::setHeader(const char* name, unsigned long value)
 {
-    char text[32];
-    std::snprintf(text, sizeof text, "%lu", value);
+    char text[24];
+    *std::to_chars(text, text + sizeof text - 1, value).ptr = 0;
     setHeader(name, text);
 }
 

@@ -1,7 +1,6 @@
 // The keyed MD5 digest of the wire format.
 #include "TesselTalkUtils.h"
 
-#include <cstdio>
 
 #include "Md5.h"
 
@@ -24,11 +23,8 @@ SoString getMD5(const char* text, long length)
 
     // No zero padding: both ends print alike, and that is all that matters.
     SoString out;
-    for (unsigned char byte : digest) {
-        char hex[4];
-        std::snprintf(hex, sizeof hex, "%X", byte);
-        out << hex;
-    }
+    for (unsigned char byte : digest)
+        appendHexByte(out, byte);
     out.shrink(32);
     return out;
 }
