@@ -5,10 +5,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "TesselTalk.h"
@@ -155,6 +158,37 @@ TEST_F(TesselTalkCore, InProcessDeliveryIsAcknowledgedAnsweredAndProcessed)
     }
     // The default handler sees answers typed "Calligo"; their kind says what they are.
     EXPECT_EQ(types, (std::vector<std::string>{"3:Calligo:re:ping", "0:Processed:"}));
+}
+
+TEST_F(TesselTalkCore, ObjectWaitingInAnotherThreadWakesForEachMessageDeliveredInProcess)
+{
+    m_other = new Messaging("ttother-1.0", new Recording(&m_handled), false);
+    constexpr int kMessages = 3;
+    std::vector<long> wokeAfterMs;
+    std::atomic<int> waiting{0};
+    std::thread waiter([&] {
+        for (int i = 0; i < kMessages; ++i) {
+            const auto start = std::chrono::steady_clock::now();
+            waiting = i + 1;
+            m_other->waitForIncoming(5000);
+            wokeAfterMs.push_back(long(std::chrono::duration_cast<std::chrono::milliseconds>(
+                std::chrono::steady_clock::now() - start).count()));
+            m_other->processIncomingMessage(TesselTalk::kNoSerial, true);
+        }
+    });
+    for (int i = 0; i < kMessages; ++i) {
+        while (waiting < i + 1)
+            std::this_thread::yield();
+        // Long enough for the waiter to be asleep when the message comes.
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        Message message = to("ttother-1.0", "wake", "");
+        EXPECT_TRUE(m_main->send(message, false, 0, nullptr));
+    }
+    waiter.join();
+    ASSERT_EQ(wokeAfterMs.size(), std::size_t(kMessages));
+    for (int i = 0; i < kMessages; ++i)
+        EXPECT_LT(wokeAfterMs[std::size_t(i)], 2000) << "message " << i;
+    EXPECT_EQ(m_handled.size(), std::size_t(kMessages));
 }
 
 TEST_F(TesselTalkCore, HandlerFaultsBecomeErrorAnswersAndNeverLeavePump)
