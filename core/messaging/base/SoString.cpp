@@ -191,12 +191,9 @@ SoString& operator<<(SoString& s, unsigned long value)
 SoString& appendHexByte(SoString& s, unsigned char byte)
 {
     static const char kDigits[] = "0123456789ABCDEF";
-    const char pair[2] = {kDigits[byte >> 4], kDigits[byte & 15]};
-    if (byte < 16)
-        s.append(pair + 1, 1);
-    else
-        s.append(pair, 2);
-    return s;
+    if (byte >= 16)
+        s << kDigits[byte >> 4];
+    return s << kDigits[byte & 15];
 }
 
 SoString& operator<<(SoString& s, long value)

@@ -1,7 +1,6 @@
 // The keyed MD5 digest of the wire format.
 #include "TesselTalkUtils.h"
 
-
 #include "Md5.h"
 
 namespace ScObjects {
