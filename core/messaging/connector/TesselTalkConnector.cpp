@@ -165,6 +165,7 @@ void TesselTalkConnector::loadLocked() const
     m_groups = builtInSuite();
     // Taken apart again when next asked for.
     m_groupTable.reset();
+    m_appNamesKnown = false;
     m_signature.clear();
     m_loaded = true;
     m_timestamp = static_cast<unsigned long>(std::time(nullptr));
@@ -368,6 +369,19 @@ SoString TesselTalkConnector::getApplicationSpecifier(long index) const
     return info ? info->specifier : SoString();
 }
 
+bool TesselTalkConnector::knowsApplication(const SoString& app) const
+{
+    ObjectLock guard(this);
+    ensureLoaded();
+    if (!m_appNamesKnown) {
+        m_appNames.clear();
+        for (long i = 0; i < m_apps.count(); ++i)
+            m_appNames.insert(Specifier(m_apps.get(i)->specifier.c_str(), false).appName().c_str());
+        m_appNamesKnown = true;
+    }
+    return m_appNames.count(app.c_str()) != 0;
+}
+
 bool TesselTalkConnector::doRegisterApplication(const TTConnectorAppInfo& info)
 {
     ObjectLock guard(this);
@@ -382,6 +396,7 @@ bool TesselTalkConnector::doRegisterApplication(const TTConnectorAppInfo& info)
     if (!stored.processID)
         stored.processID = getProcessID(info.specifier);
     m_apps.update(stored);
+    m_appNamesKnown = false;
     return true;
 }
 

@@ -115,6 +115,7 @@ public:
     SoString getApplicationSpecifier(long index) const override;
     SoString getApplicationPath(const SoString& spec) const override;
     unsigned long getProcessID(const SoString& spec) const override;
+    bool knowsApplication(const SoString& app) const override;
     // The group of the last cache entry naming caller's application and,
     // when both have one, its version.
     SoString findGroupForSpecifier(const SoString& caller) const override;
@@ -176,6 +177,9 @@ private:
     mutable std::vector<SoString> m_userGroups;
     mutable std::vector<SoString> m_groups;
     mutable std::shared_ptr<const GroupTable> m_groupTable;
+    // The application names of m_apps, gathered when first asked for.
+    mutable std::set<std::string> m_appNames;
+    mutable bool m_appNamesKnown = false;
     mutable bool m_loaded = false;
     mutable std::string m_signature;
     mutable std::set<std::string> m_warned;

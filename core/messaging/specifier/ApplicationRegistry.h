@@ -22,6 +22,14 @@ public:
     // The member of group that goes with caller for the wanted application,
     // or empty.
     virtual SoString findPreferredApp(const SoString& caller, const SoString& wanted, const SoString& group) const = 0;
+    // Whether a registered application has the name app (lowercase).
+    // Completion only ever picks registered applications, so a name that
+    // none has completes to itself. A registry that cannot tell says true.
+    virtual bool knowsApplication(const SoString& app) const
+    {
+        (void)app;
+        return true;
+    }
     // Installation path, or empty when unknown.
     virtual SoString getApplicationPath(const SoString& spec) const = 0;
     // Process identifier of a running instance, or 0.

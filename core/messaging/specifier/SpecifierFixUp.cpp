@@ -87,6 +87,11 @@ void Specifier::fixUp(bool useContext)
 
     SpecifierContext* context = getSpecifierContext();
     ApplicationRegistry* registry = context ? context->getRegistry() : nullptr;
+    // Most texts completed while messaging are names of running endpoints
+    // that nobody registered (answers go back to them); the group and
+    // registry walks below could only confirm them as they stand.
+    if (!registry || !registry->knowsApplication(app))
+        return;
 
     // The suffix names an endpoint, not an application: complete without it.
     // Only a registry entry replaces the text; otherwise it stays exactly as
@@ -94,7 +99,7 @@ void Specifier::fixUp(bool useContext)
     Specifier result;
     bool replaced = false;
 
-    if (!app.isEmpty() && ver.isEmpty() && registry) {
+    if (!app.isEmpty() && ver.isEmpty()) {
         const SoString self = context->getAppSpecifier();
         if (useContext && !self.isEmpty()) {
             const SoString group = registry->findGroupForSpecifier(self);
@@ -125,7 +130,7 @@ void Specifier::fixUp(bool useContext)
         }
     }
 
-    if (!replaced && loc.isEmpty() && registry) {
+    if (!replaced && loc.isEmpty()) {
         Specifier winner;
         if (findByVersion(*registry, app, ver, winner)) {
             applyInstance(winner, inst);

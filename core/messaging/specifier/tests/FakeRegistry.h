@@ -46,6 +46,14 @@ public:
         return it == paths.end() ? SoString() : SoString(it->second.c_str());
     }
     unsigned long getProcessID(const SoString&) const override { return 0; }
+    bool knowsApplication(const SoString& app) const override
+    {
+        for (const std::string& entry : entries) {
+            if (Specifier(entry.c_str(), false).appName() == app)
+                return true;
+        }
+        return false;
+    }
     bool registerApplication(const Specifier& spec, const char*, const char*, bool) override
     {
         entries.push_back(spec.c_str());
