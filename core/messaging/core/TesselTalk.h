@@ -9,6 +9,7 @@
 
 #include <poll.h>
 
+#include <condition_variable>
 #include <mutex>
 #include <vector>
 
@@ -183,6 +184,15 @@ private:
     // stops us from taking in what that peer sends us meanwhile.
     SoLockable m_readLock;
     SoLockable m_sendLock;
+    // Texts enter the incoming queue in the order they were read, although
+    // their "Received" answers go out between reading and queueing, without
+    // the read lock: each reader draws a turn under m_readLock and queues
+    // when m_queueTurn reaches it.
+    class QueueTurn;
+    unsigned long m_nextTurn = 0;
+    unsigned long m_queueTurn = 0;
+    std::mutex m_queueTurnLock;
+    std::condition_variable m_queueTurnChanged;
     InterAppStream* m_stream = nullptr;
     // Set whenever a message joins the incoming queue, cleared by the pump:
     // the messaging thread takes messages in too, and a waiting pump must

@@ -135,13 +135,33 @@ bool TesselTalk::pump(int ops, TesselTalkContext* context)
     return any;
 }
 
+// Holds the incoming queue for one reader from its turn to the next one's.
+class TesselTalk::QueueTurn {
+public:
+    QueueTurn(TesselTalk& object, unsigned long turn)
+        : m_object(object)
+        , m_lock(object.m_queueTurnLock)
+    {
+        object.m_queueTurnChanged.wait(m_lock, [&] { return object.m_queueTurn == turn; });
+    }
+    ~QueueTurn()
+    {
+        ++m_object.m_queueTurn;
+        m_object.m_queueTurnChanged.notify_all();
+    }
+
+private:
+    TesselTalk& m_object;
+    std::unique_lock<std::mutex> m_lock;
+};
+
 void TesselTalk::takeInFromStream()
 {
     if (!m_stream)
         return;
-    std::vector<Message> acknowledge;
+    std::vector<std::unique_ptr<Message>> taken;
+    unsigned long turn = 0;
     {
-        // One reader at a time, so that texts keep their order in the queue.
         ObjectLock guard(m_readLock);
         if (!m_stream->messagePending() && m_stream->isEmpty())
             return;
@@ -150,25 +170,38 @@ void TesselTalk::takeInFromStream()
         const SoString text = m_stream->getMessages();
         const char* cursor = text.c_str();
         const char* end = cursor + text.length();
-        TesselTalkContext* context = getContext();
         while (cursor < end) {
             std::unique_ptr<Message> message(new Message);
             const char* next = message->readFromString(cursor, end - cursor);
             if (next <= cursor)
                 break;
             cursor = next;
-            if (message->getType() == kTypeIgnore)
-                continue;
-            if (contains(message->getResponseRequest(), kTypeReceived))
-                acknowledge.push_back(*message);
-            log(context, "RECEIVE", *message);
-            if (queueIncoming(message.get()))
-                message.release();
+            if (message->getType() != kTypeIgnore)
+                taken.push_back(std::move(message));
         }
+        if (taken.empty())
+            return;
+        turn = m_nextTurn++;
     }
-    // Sent outside the lock: the sender may be busy sending to us.
-    for (const Message& message : acknowledge)
-        sendResponse(this, message, kTypeReceived, nullptr);
+    // The acknowledgements go first: a sender must not hear of what its
+    // message caused (a "Result" sent by another thread that took it from
+    // the queue) before it hears that the message arrived. They are sent
+    // without the read lock, since the sender may be busy sending to us.
+    try {
+        for (const std::unique_ptr<Message>& message : taken)
+            sendResponse(this, *message, kTypeReceived, nullptr);
+    } catch (...) {
+        // Later readers must not wait for a turn that is never taken.
+        QueueTurn skipped(*this, turn);
+        throw;
+    }
+    TesselTalkContext* context = getContext();
+    QueueTurn inOrder(*this, turn);
+    for (std::unique_ptr<Message>& message : taken) {
+        log(context, "RECEIVE", *message);
+        if (queueIncoming(message.get()))
+            message.release();
+    }
 }
 
 bool TesselTalk::processIncomingMessage(unsigned long serial, bool process)
