@@ -97,6 +97,9 @@ int TesselTalk::InitTerm::init(const SoString& appSpec, bool synchronous)
     InterAppStream::InitTerm::init(appSpec);
     TesselTalkConnector::InitTerm::init(SoString("default"));
     if (TesselTalkConnector* connector = TesselTalkConnector::get()) {
+        // A connector set by the application may have been loaded long ago;
+        // the setup below takes the records as they are now.
+        connector->updateCache(false);
         TesselTalkData::MessageGlobals& globals = TesselTalkData::MessageGlobals::get();
         const Specifier spec(appSpec.c_str(), false);
         TTConnectorAppInfo info;

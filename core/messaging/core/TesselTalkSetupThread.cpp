@@ -9,7 +9,6 @@
 #include "LaunchParams.h"
 #include "MessagingThread.h"
 #include "Specifier.h"
-#include "TesselTalkConnector.h"
 #include "TesselTalkContext.h"
 #include "TesselTalkUtils.h"
 
@@ -65,8 +64,9 @@ SoString TesselTalkSetupThread::setupTimeText()
 
 SoString TesselTalkSetupThread::runLocked(const SoString& appSpec)
 {
-    if (TesselTalkConnector* connector = TesselTalkConnector::get())
-        connector->updateCache(false);
+    // The connector's records were brought up to date by InitTerm::init a
+    // moment ago (and load on first use otherwise): looking at the registry
+    // folders again here would only repeat that.
     TesselTalk::Specifier spec(appSpec.c_str(), true);
     if (spec.isEmpty())
         return SoString("INVALIDSPEC");

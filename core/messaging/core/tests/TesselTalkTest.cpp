@@ -354,3 +354,21 @@ TEST(TesselTalkSetup, UnusableSpecifierIsRefused)
     EXPECT_EQ(TesselTalkSetupThread::runSetup(SoString("")), "INVALIDSPEC");
     EXPECT_EQ(TesselTalkContext::peekCurrentContext(), nullptr);
 }
+
+TEST(TesselTalkSetup, ConnectorSetByTheApplicationIsBroughtUpToDate)
+{
+    const std::string root = makeTemporaryUserFolders("ttsetup");
+    ASSERT_FALSE(root.empty());
+    TesselTalkConnector own{SoString("default")};
+    TesselTalkConnector::set(&own);
+    EXPECT_EQ(own.getNumberOfRegisteredApplications(), 0);
+    // Registered by somebody else after the application loaded its records.
+    TesselTalkConnector elsewhere{SoString("default")};
+    ASSERT_TRUE(elsewhere.registerApplication(TesselTalk::Specifier("ttlater-1.0", false), "/opt/ttlater", "Later", true));
+
+    ASSERT_EQ(Messaging::InitTerm::init(SoString("ttsetup-1.0"), true), 1);
+    EXPECT_EQ(own.getNumberOfRegisteredApplications(), 1);
+    Messaging::InitTerm::exit();
+    TesselTalkConnector::set(nullptr);
+    std::filesystem::remove_all(root);
+}
