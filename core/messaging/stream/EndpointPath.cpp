@@ -64,11 +64,14 @@ bool isPrivateDirectory(const std::string& path)
     return S_ISDIR(info.st_mode) && info.st_uid == ::geteuid() && (info.st_mode & 077) == 0;
 }
 
-std::string endpointDirectory()
+namespace {
+
+// The directory, and whether it lies in the runtime folder.
+std::string verifyEndpointDirectory(const char* runtime, bool& inRuntime)
 {
     std::string directory;
-    const char* runtime = ::getenv("XDG_RUNTIME_DIR");
-    if (runtime && *runtime && isPrivateDirectory(runtime))
+    inRuntime = runtime && *runtime && isPrivateDirectory(runtime);
+    if (inRuntime)
         directory = std::string(runtime) + "/tesseltalk";
     else
         directory = "/tmp/tesseltalk-" + std::to_string(::geteuid());
@@ -77,6 +80,43 @@ std::string endpointDirectory()
     if (::mkdir(directory.c_str(), 0700) != 0 && errno != EEXIST)
         return std::string();
     return isPrivateDirectory(directory) ? directory : std::string();
+}
+
+// Per thread, so that no lock is needed and a child made by fork keeps the
+// answer of the thread that made it.
+struct VerifiedDirectory {
+    bool known = false;
+    uid_t user = 0;
+    std::string runtime;
+    std::string directory;
+};
+
+thread_local VerifiedDirectory tVerified;
+
+} // namespace
+
+std::string endpointDirectory()
+{
+    const char* runtime = ::getenv("XDG_RUNTIME_DIR");
+    const uid_t user = ::geteuid();
+    VerifiedDirectory& verified = tVerified;
+    if (verified.known && runtime && verified.user == user && verified.runtime == runtime)
+        return verified.directory;
+    bool inRuntime = false;
+    std::string directory = verifyEndpointDirectory(runtime, inRuntime);
+    // Kept only inside a runtime folder that is ours alone: under /tmp a
+    // folder removed by a cleaner could be made again by anybody. A refusal
+    // is asked again too, since the directory may be put right.
+    verified.known = inRuntime && !directory.empty();
+    verified.user = user;
+    verified.runtime = runtime ? runtime : "";
+    verified.directory = directory;
+    return directory;
+}
+
+void forgetEndpointDirectory()
+{
+    tVerified.known = false;
 }
 
 std::string endpointBaseName(const std::string& directory, const std::string& portName)

@@ -194,11 +194,20 @@ bool LinuxInterAppStream::nameIsFree(const SoString& name)
 
 bool LinuxInterAppStream::open()
 {
-    StreamTransport::EndpointPaths paths;
     const SoString port = portName();
-    if (!StreamTransport::endpointPaths(std::string(port.c_str(), std::size_t(port.length())), paths))
+    const std::string name(port.c_str(), std::size_t(port.length()));
+    StreamTransport::EndpointPaths paths;
+    if (!StreamTransport::endpointPaths(name, paths))
         return false;
     m_lockFd = takeNameLock(paths.lock);
+    if (m_lockFd < 0 && errno == ENOENT) {
+        // The directory was verified earlier and removed since (a session's
+        // runtime folder cleaned up): verifying it afresh makes it again.
+        StreamTransport::forgetEndpointDirectory();
+        if (!StreamTransport::endpointPaths(name, paths))
+            return false;
+        m_lockFd = takeNameLock(paths.lock);
+    }
     if (m_lockFd < 0)
         return false;
     m_lockPath = paths.lock.c_str();

@@ -288,10 +288,41 @@ TEST_F(StreamTest, EndpointDirectoryThatIsNotPrivateIsRefused)
     std::filesystem::remove_all(dir);
     EXPECT_TRUE(InterAppStream("accepted", false).isGood());
 
-    // A runtime directory that is not private sends us to the per-user
-    // directory under /tmp instead.
+    // A runtime directory that is not private sends a process starting now
+    // to the per-user directory under /tmp instead.
     ASSERT_EQ(::chmod(m_runtime.c_str(), 0755), 0);
+    EXPECT_EQ(StreamTransport::endpointDirectory(), dir) << "verified once, kept for this setting";
+    StreamTransport::forgetEndpointDirectory();
     EXPECT_EQ(StreamTransport::endpointDirectory(), "/tmp/tesseltalk-" + std::to_string(::geteuid()));
+}
+
+TEST_F(StreamTest, EndpointDirectoryFollowsTheRuntimeSettingOfTheMoment)
+{
+    const std::string first = StreamTransport::endpointDirectory();
+    EXPECT_EQ(first, endpointDir());
+    const std::string other = m_runtime + "/other";
+    ASSERT_EQ(::mkdir(other.c_str(), 0700), 0);
+    ::setenv("XDG_RUNTIME_DIR", other.c_str(), 1);
+    EXPECT_EQ(StreamTransport::endpointDirectory(), other + "/tesseltalk");
+    ::setenv("XDG_RUNTIME_DIR", m_runtime.c_str(), 1);
+    EXPECT_EQ(StreamTransport::endpointDirectory(), first);
+}
+
+TEST_F(StreamTest, EndpointDirectoryRemovedWhileRunningIsMadeAgain)
+{
+    std::unique_ptr<InterAppStream> before(createNextAvailableInterAppStream("before"));
+    ASSERT_TRUE(before && before->isGood());
+    before.reset();
+    std::filesystem::remove_all(endpointDir());
+
+    InterAppStream after("after", false);
+    EXPECT_TRUE(after.isGood());
+    struct stat info {};
+    ASSERT_EQ(::lstat(endpointDir().c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 0777, 0700u);
+    Poller poller(after);
+    InterAppStream sender("sender", false);
+    EXPECT_TRUE(sender.send(SoString("after"), SoString("hello")));
 }
 
 TEST_F(StreamTest, PeerRunningAsAnotherUserCannotDeliver)
