@@ -6,6 +6,10 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <cstring>
+#include <mutex>
+
 #include "Sha256.h"
 
 namespace StreamTransport {
@@ -82,16 +86,19 @@ std::string verifyEndpointDirectory(const char* runtime, bool& inRuntime)
     return isPrivateDirectory(directory) ? directory : std::string();
 }
 
-// Per thread, so that no lock is needed and a child made by fork keeps the
-// answer of the thread that made it.
+// The last directory verified inside a runtime folder, for the process.
+// Constant-initialised and never destroyed, so that it is there for a late
+// destructor and leaves nothing behind when a module is unloaded. Taken only
+// when its lock is free at once: a thread that finds it busy, or a child made
+// by fork while another thread held it, verifies the directory itself.
 struct VerifiedDirectory {
-    bool known = false;
+    std::mutex mutex;
+    std::atomic<bool> known{false};
     uid_t user = 0;
-    std::string runtime;
-    std::string directory;
+    char runtime[256] = {};
 };
 
-thread_local VerifiedDirectory tVerified;
+VerifiedDirectory gVerified;
 
 } // namespace
 
@@ -99,24 +106,30 @@ std::string endpointDirectory()
 {
     const char* runtime = ::getenv("XDG_RUNTIME_DIR");
     const uid_t user = ::geteuid();
-    VerifiedDirectory& verified = tVerified;
-    if (verified.known && runtime && verified.user == user && verified.runtime == runtime)
-        return verified.directory;
+    if (runtime) {
+        std::unique_lock<std::mutex> lock(gVerified.mutex, std::try_to_lock);
+        if (lock && gVerified.known && gVerified.user == user && std::strcmp(gVerified.runtime, runtime) == 0)
+            return std::string(runtime) + "/tesseltalk";
+    }
     bool inRuntime = false;
-    std::string directory = verifyEndpointDirectory(runtime, inRuntime);
+    const std::string directory = verifyEndpointDirectory(runtime, inRuntime);
     // Kept only inside a runtime folder that is ours alone: under /tmp a
     // folder removed by a cleaner could be made again by anybody. A refusal
     // is asked again too, since the directory may be put right.
-    verified.known = inRuntime && !directory.empty();
-    verified.user = user;
-    verified.runtime = runtime ? runtime : "";
-    verified.directory = directory;
+    if (inRuntime && !directory.empty() && std::strlen(runtime) < sizeof gVerified.runtime) {
+        std::unique_lock<std::mutex> lock(gVerified.mutex, std::try_to_lock);
+        if (lock) {
+            std::strcpy(gVerified.runtime, runtime);
+            gVerified.user = user;
+            gVerified.known = true;
+        }
+    }
     return directory;
 }
 
 void forgetEndpointDirectory()
 {
-    tVerified.known = false;
+    gVerified.known = false;
 }
 
 std::string endpointBaseName(const std::string& directory, const std::string& portName)

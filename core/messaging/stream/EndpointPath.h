@@ -17,14 +17,14 @@ bool isPrivateDirectory(const std::string& path);
 // is a private directory, else /tmp/tesseltalk-<uid>. Created with mode
 // 0700 when missing; empty when what is there is not private.
 //
-// Once a thread has verified the directory inside a private
-// XDG_RUNTIME_DIR, it takes the answer again, for the same setting and
-// effective user, without asking the file system: nobody but that user (or
-// root) can replace anything there, and every send would otherwise pay for
-// the same checks. The /tmp fallback is verified on every call.
+// Once the directory inside a private XDG_RUNTIME_DIR is verified, the
+// process takes the answer again, for the same setting and effective user,
+// without asking the file system: nobody but that user (or root) can
+// replace anything there, and every send would otherwise pay for the same
+// checks. The /tmp fallback is verified on every call.
 std::string endpointDirectory();
-// Makes this thread verify the endpoint directory afresh the next time, for
-// a caller that found it gone (removed while we ran).
+// Makes the next call verify the endpoint directory afresh, for a caller
+// that found it gone (removed while we ran).
 void forgetEndpointDirectory();
 
 // The file name (without extension) that stands for a port name inside the

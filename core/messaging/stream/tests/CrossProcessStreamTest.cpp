@@ -304,6 +304,7 @@ TEST_F(StreamTest, EndpointDirectoryFollowsTheRuntimeSettingOfTheMoment)
     ASSERT_EQ(::mkdir(other.c_str(), 0700), 0);
     ::setenv("XDG_RUNTIME_DIR", other.c_str(), 1);
     EXPECT_EQ(StreamTransport::endpointDirectory(), other + "/tesseltalk");
+    EXPECT_TRUE(StreamTransport::isPrivateDirectory(other + "/tesseltalk")) << "verified, and so made";
     ::setenv("XDG_RUNTIME_DIR", m_runtime.c_str(), 1);
     EXPECT_EQ(StreamTransport::endpointDirectory(), first);
 }
