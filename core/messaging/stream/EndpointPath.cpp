@@ -70,13 +70,18 @@ bool isPrivateDirectory(const std::string& path)
 
 namespace {
 
+std::string inRuntimeFolder(const char* runtime)
+{
+    return std::string(runtime) + "/tesseltalk";
+}
+
 // The directory, and whether it lies in the runtime folder.
 std::string verifyEndpointDirectory(const char* runtime, bool& inRuntime)
 {
     std::string directory;
     inRuntime = runtime && *runtime && isPrivateDirectory(runtime);
     if (inRuntime)
-        directory = std::string(runtime) + "/tesseltalk";
+        directory = inRuntimeFolder(runtime);
     else
         directory = "/tmp/tesseltalk-" + std::to_string(::geteuid());
     if (isPrivateDirectory(directory))
@@ -109,7 +114,7 @@ std::string endpointDirectory()
     if (runtime) {
         std::unique_lock<std::mutex> lock(gVerified.mutex, std::try_to_lock);
         if (lock && gVerified.known && gVerified.user == user && std::strcmp(gVerified.runtime, runtime) == 0)
-            return std::string(runtime) + "/tesseltalk";
+            return inRuntimeFolder(runtime);
     }
     bool inRuntime = false;
     const std::string directory = verifyEndpointDirectory(runtime, inRuntime);
